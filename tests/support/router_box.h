@@ -1,0 +1,56 @@
+// The router box: the built program, unmodified, run under any of its names in a private world
+// (world.h) that lives as long as this object, so that several invocations can follow each other
+// over the same files and the same network.
+#pragma once
+
+#include "support/world.h"
+
+#include <map>
+#include <memory>
+
+namespace support
+{
+
+struct outcome {
+    int status; // exit status, or -1 when a signal ended it
+    int signal; // the signal that ended it, or 0
+    std::string out;
+    std::string err;
+    std::string trace; // of this run only
+};
+
+using environment = std::vector<std::pair<std::string, std::string>>;
+
+class router_box : public world
+{
+  public:
+    router_box();
+    ~router_box() override;
+    router_box(const router_box &) = delete;
+    router_box &operator=(const router_box &) = delete;
+
+    // Runs the program as words[0] ("mcfg", "/usr/bin/ip-up", any name: it becomes argument 0 to the
+    // letter) with the other words as arguments and only this environment besides PATH.
+    // Waits for it; a run of over 60 seconds throws std::runtime_error.
+    outcome run(const std::vector<std::string> &words, const environment &env = {});
+
+    // The same without waiting, for several at once; finish() waits for one and gives its outcome
+    // (whose trace is empty: the traces of runs side by side are mixed, see trace()).
+    pid_t start(const std::vector<std::string> &words, const environment &env = {});
+    outcome finish(pid_t handle);
+
+    void bind(const std::string &host_path, const std::string &path) override;
+    void interface(const std::string &name) override;
+    std::string in_network(const std::vector<std::string> &command) override;
+    pid_t bystander(bool ignore_term = false) override;
+    bool is_running(pid_t pid) const override;
+
+  protected:
+    std::string host_path(const std::string &path) const override;
+
+  private:
+    struct parts;
+    std::unique_ptr<parts> p;
+};
+
+} // namespace support
