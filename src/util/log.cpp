@@ -1,0 +1,19 @@
+#include "util/log.h"
+
+#include <stdarg.h>
+#include <stdio.h>
+#include <syslog.h>
+
+void logmessage(const char *ident, const char *format, ...)
+{
+    char text[512] = "";
+    va_list args;
+    va_start(args, format);
+    vsnprintf(text, sizeof(text), format, args);
+    va_end(args);
+
+    // Facility 0 and priority 0: on this router every line is to reach the console at once.
+    openlog(ident, 0, 0);
+    syslog(0, "%s", text);
+    closelog();
+}

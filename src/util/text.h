@@ -1,0 +1,31 @@
+// Bounded text: every copy and every formatted text of the program goes through here, so that no
+// field can be overrun whatever a settings file or an environment variable holds.
+#pragma once
+
+#include <stddef.h>
+
+// Copy src into dst, which holds cap characters with the terminator (cap at least 1). dst is always
+// terminated; a longer text is cut to cap - 1 characters. src may be null, which copies as "".
+// Returns true when the whole text fitted.
+bool text_set(char *dst, size_t cap, const char *src);
+
+// printf into dst with the same bound. Returns true when the whole text fitted.
+[[gnu::format(printf, 3, 4)]] bool text_format(char *dst, size_t cap, const char *format, ...);
+
+template <size_t N> bool text_set(char (&dst)[N], const char *src)
+{
+    return text_set(dst, N, src);
+}
+
+// Decimal text to integer as atoi() does it: leading blanks skipped, optional sign, the conversion
+// stops at the first non-digit, no digits give 0. Numbers beyond an int become INT_MIN or INT_MAX
+// on every machine, whatever the size of its long.
+int text_to_int(const char *text);
+
+// Remove every trailing blank, line feed and carriage return of text, in place, and return text.
+// Tabs and anything else stop the trimming.
+char *trim_r(char *text);
+
+// Write the six bytes of mac as twelve upper-case hexadecimal digits without separators into out,
+// which must hold 13 characters. Returns out.
+char *ether_etoa2(const unsigned char *mac, char *out);
