@@ -1,0 +1,156 @@
+#include "config/json_access.h"
+
+#include "util/lock.h"
+#include "util/log.h"
+#include "util/text.h"
+
+#include <string.h>
+
+json_t *load_file_with_lock(const char *dir, const char *name, unsigned attempts)
+{
+    static constexpr char tag[] = "mcfg-open_file_with_lock";
+    char path[512];
+    text_format(path, sizeof(path), "%s/%s", dir, name);
+    logmessage(tag, "Open file - %s", path);
+
+    switch (try_lock_file(name, attempts)) {
+    case lock_result::no_file:
+        logmessage(tag, "Can't open unlock file");
+        return nullptr;
+    case lock_result::held:
+        logmessage(tag, "Can't unlock file");
+        return nullptr;
+    case lock_result::taken:
+        break;
+    }
+    json_t *root = json_load_file(path, 0, nullptr);
+    remove_lock_file(name);
+    return root;
+}
+
+// One "name:index" segment. The container itself is the answer when it has no such array.
+static json_t *get_array_element(json_t *container, const char *segment, bool *is_found)
+{
+    static constexpr char tag[] = "get_object_by_path";
+    char name[64];
+    char index[40];
+    const char *colon = strchr(segment, ':');
+    text_set(name, segment);
+    if (static_cast<size_t>(colon - segment) < sizeof(name))
+        name[colon - segment] = '\0';
+    text_set(index, colon + 1);
+
+    logmessage(tag, "ar_index = %s, ar_name = %s", index, name);
+    json_t *array = json_object_get(container, name);
+    *is_found = json_is_array(array);
+    if (!*is_found)
+        return container;
+    logmessage(tag, "really array");
+    logmessage(tag, "ar_index = %s, ar_name = %s", index, name);
+    int position = text_to_int(index);
+    return position < 0 ? nullptr : json_array_get(array, static_cast<size_t>(position));
+}
+
+json_t *get_object_by_path(json_t *root, const char *path)
+{
+    static constexpr char tag[] = "get_object_by_path";
+    char buf[1024];
+    text_set(buf, path);
+
+    json_t *current = root;
+    char *rest = nullptr;
+    for (char *segment = strtok_r(buf, "/", &rest); segment != nullptr;
+         segment = strtok_r(nullptr, "/", &rest)) {
+        logmessage(tag, "buf = %s", segment);
+        if (strchr(segment, ':') == nullptr) {
+            logmessage(tag, "is not array");
+            current = json_object_get(current, segment);
+            continue;
+        }
+        logmessage(tag, "is array");
+        bool is_found = false;
+        current = get_array_element(current, segment, &is_found);
+        if (!is_found)
+            return current;
+    }
+    return current;
+}
+
+json_t *find_object_from_array_by_param(json_t *array, const char *key, const char *value,
+                                        unsigned *index_out)
+{
+    static constexpr char tag[] = "mcfg-find_object_from_array_by_param";
+    if (!json_is_array(array))
+        return nullptr;
+    size_t size = json_array_size(array);
+    logmessage(tag, "size of array = %d", static_cast<int>(size));
+    for (size_t i = 0; i < size; i++) {
+        json_t *element = json_array_get(array, i);
+        if (element == nullptr) {
+            logmessage(tag, "Error on get item of array");
+            continue;
+        }
+        const char *text = json_string_value(json_object_get(element, key));
+        if (text == nullptr || strcmp(text, value) != 0)
+            continue;
+        logmessage(tag, "find item #%d", static_cast<int>(i));
+        *index_out = static_cast<unsigned>(i);
+        return element;
+    }
+    return nullptr;
+}
+
+int get_string_from_json_by_name(const json_t *object, const char *key, char *dst, size_t cap)
+{
+    const char *text = json_string_value(json_object_get(object, key));
+    if (text == nullptr)
+        return -1;
+    text_set(dst, cap, text);
+    return 1;
+}
+
+int get_integer_from_json_by_name(const json_t *object, const char *key, int32_t *)
+{
+    const json_t *member = json_object_get(object, key);
+    if (!json_is_integer(member))
+        return -1;
+    logmessage("mcfg-get_string_from_json_by_name", "name = %s, value = %d", key,
+               static_cast<int>(json_integer_value(member)));
+    return 1;
+}
+
+int get_iface_params_from_json(const json_t *entry, struct iface_params *params)
+{
+    *params = {};
+    get_string_from_json_by_name(entry, "iface", params->iface);
+    get_string_from_json_by_name(entry, "type", params->type);
+    if (strcmp(params->type, "static") == 0) {
+        get_string_from_json_by_name(entry, "ipaddr", params->ipaddr);
+        get_string_from_json_by_name(entry, "netmask", params->netmask);
+        get_string_from_json_by_name(entry, "gateway", params->gateway);
+        get_string_from_json_by_name(entry, "metric", params->metric);
+        get_string_from_json_by_name(entry, "bcast", params->bcast);
+        get_string_from_json_by_name(entry, "mtu", params->mtu);
+    }
+    get_string_from_json_by_name(entry, "mac", params->mac);
+    return 1;
+}
+
+int get_ppp_params_from_json(const json_t *entry, struct ppp_params *params)
+{
+    *params = {};
+    get_string_from_json_by_name(entry, "name", params->name);
+    get_string_from_json_by_name(entry, "type", params->type);
+    params->auto_dial = json_is_true(json_object_get(entry, "auto")) ? 1 : 0;
+    get_string_from_json_by_name(entry, "login", params->login);
+    get_string_from_json_by_name(entry, "passwd", params->passwd);
+    get_integer_from_json_by_name(entry, "metric", &params->metric);
+    if (strcmp(params->type, "l2tp") == 0 || strcmp(params->type, "pptp") == 0) {
+        get_string_from_json_by_name(entry, "server", params->server);
+    } else if (strcmp(params->type, "pppoe") == 0) {
+        get_string_from_json_by_name(entry, "iface", params->iface);
+        get_string_from_json_by_name(entry, "ac", params->ac);
+        get_string_from_json_by_name(entry, "service", params->service);
+    }
+    return 1;
+}
