@@ -1,0 +1,25 @@
+#include "config/settings_file.h"
+
+#include <ctype.h>
+
+FILE *open_settings(const char *path)
+{
+    FILE *file = fopen(path, "r");
+    if (file == nullptr)
+        perror(path);
+    return file;
+}
+
+static bool is_skipped(char first)
+{
+    return isspace(static_cast<unsigned char>(first)) || first == '#';
+}
+
+bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX])
+{
+    while (fgets(line, sizeof(line), file) != nullptr) {
+        if (!is_skipped(line[0]))
+            return true;
+    }
+    return false;
+}
