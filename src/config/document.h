@@ -1,0 +1,13 @@
+// The running configuration document /var/run/Config: one JSON object, through which every other
+// part of the program sees the LAN, the WAN links, their tunnels, DNS and WiMAX.
+#pragma once
+
+// Build the document from the settings files and write it to /var/run/Config, whole, without its
+// lock and without reading the one before: it is built while the LAN comes up, before any event
+// handler that reads it can run. from_files: with 0 the three interface entries have their default
+// values whatever /etc/default/network-interfaces says; DNS and WiMAX come from their files in both
+// cases. Settings files that are missing are reported by their readers and never stop the build; a
+// document that cannot be written is not reported. A value that is not UTF-8 text has no place in
+// the document: its member is left out.
+// Logs "start", the WAN interface and "stop" (tag mcfg-set_config).
+void set_config(unsigned from_files);
