@@ -1,0 +1,50 @@
+#include "main/commands.h"
+
+#include "config/document.h"
+
+#include <stdio.h>
+#include <string.h>
+
+int start_flag = 0;
+
+static void start(int, char **)
+{
+    start_flag = 1;
+}
+
+static void set_config_from_files(int, char **)
+{
+    set_config(1);
+}
+
+struct command {
+    const char *name;
+    void (*run)(int argc, char **argv);
+};
+
+constexpr command commands[] = {
+    {"start", start},           {"get_wan_type", nullptr}, {"set_device_params", nullptr},
+    {"netbase_start", nullptr}, {"netbase_stop", nullptr}, {"set_config", set_config_from_files},
+    {"start_wan", nullptr},     {"stop_wan", nullptr},     {"check_update", nullptr},
+};
+
+static void show_usage_mcfg()
+{
+    fputs("\nUsage: mcfg [start|stop|restart]\n\n", stderr);
+}
+
+int mcfg_main(int argc, char **argv)
+{
+    if (argc < 2) {
+        show_usage_mcfg();
+        return -1;
+    }
+    for (const command &row : commands) {
+        if (strcmp(row.name, argv[1]) != 0)
+            continue;
+        if (row.run != nullptr)
+            row.run(argc, argv);
+        break;
+    }
+    return 0;
+}

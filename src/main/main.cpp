@@ -1,0 +1,6 @@
+#include "main/programs.h"
+
+int main(int argc, char **argv)
+{
+    return run_program(argc, argv);
+}

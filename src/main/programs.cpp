@@ -1,0 +1,64 @@
+#include "main/programs.h"
+
+#include "main/commands.h"
+#include "main/hotplug_events.h"
+#include "util/log.h"
+
+#include <string.h>
+
+// The link is kept for scripts that still call it; saving is done by the event handlers themselves.
+static int save_link_state_main(int, char **)
+{
+    logmessage("mcfg", "save_link_state");
+    return 0;
+}
+
+enum class match {
+    contains, // the name stands anywhere in the base name
+    equals,
+};
+
+struct program {
+    const char *name;
+    match how;
+    int (*run)(int argc, char **argv);
+};
+
+// Tried in this order, the first that matches is the one.
+constexpr program programs[] = {
+    {"mcfg", match::contains, mcfg_main},
+    {"firewall_update", match::contains, nullptr},
+    {"update_time", match::contains, nullptr},
+    {"save_link_state", match::equals, save_link_state_main},
+    {"hotplug", match::contains, hotplug_main},
+    {"udhcpc", match::contains, nullptr},
+    {"ip-up", match::equals, nullptr},
+    {"ip-down", match::equals, nullptr},
+};
+
+static const char *base_name(const char *path)
+{
+    const char *slash = strrchr(path, '/');
+    return slash != nullptr ? slash + 1 : path;
+}
+
+static bool matches(const program &row, const char *name)
+{
+    switch (row.how) {
+    case match::contains:
+        return strstr(name, row.name) != nullptr;
+    case match::equals:
+        return strcmp(name, row.name) == 0;
+    }
+    return false;
+}
+
+int run_program(int argc, char **argv)
+{
+    const char *name = base_name(argc > 0 ? argv[0] : "");
+    for (const program &row : programs) {
+        if (matches(row, name))
+            return row.run != nullptr ? row.run(argc, argv) : 0;
+    }
+    return 0;
+}
