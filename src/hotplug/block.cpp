@@ -21,7 +21,7 @@ constexpr int DISKS_MAX = 4; // sda to sdd
 constexpr mode_t NODE_MODE = 0700;
 constexpr mode_t MOUNT_POINT_MODE = 0777;
 
-constexpr size_t PARTITION_NAME_MAX = 64;
+constexpr size_t PARTITION_NAME_MAX = 32; // the kernel's own bound for names of disks
 
 struct partition {
     int disk; // 0 for the letter a

@@ -102,16 +102,25 @@ TEST_F(HotplugBlock, TakesTheFirstFourDisksOnly)
     }
 }
 
-// The name is cut to what a node can be called; nothing is overrun.
+// The name is cut to what the kernel can call a disk; nothing is overrun.
 TEST_F(HotplugBlock, DriverNameThatIsTooLongIsCut)
 {
     std::string driver = "sd" + std::string(4000, 'x');
-    std::string name = driver.substr(0, 63);
     EXPECT_EQ(handle("remove", driver, "8", "1"), 0);
-    EXPECT_TRACE("shell umount /media/" + name + "\n", world.trace_of({"shell"}));
-    std::string quotes = "sd" + std::string(4000, '\'');
-    EXPECT_EQ(handle("add", quotes, "8", "1"), 0);
-    EXPECT_EQ(world.list("/media"), std::vector<std::string>{});
+    EXPECT_TRACE("shell umount /media/" + driver.substr(0, 31) + "\n", world.trace_of({"shell"}));
+
+    // The longest command that there can be.
+    world.clear_trace();
+    EXPECT_EQ(handle("remove", "sd" + std::string(4000, '\''), "8", "1"), 0);
+    std::string quotes;
+    for (int i = 0; i < 29; i++)
+        quotes += "'\\\\''";
+    EXPECT_TRACE("shell umount '/media/sd" + quotes + "'\n", world.trace_of({"shell"}));
+    world.clear_trace();
+    EXPECT_EQ(handle("add", "sd" + std::string(4000, ';'), "8", "1"), 0);
+    EXPECT_TRACE("shell mount '/dev/sd" + std::string(29, ';') + "' '/media/sd" +
+                     std::string(29, ';') + "'\n",
+                 world.trace_of({"shell"}));
 }
 
 } // namespace
