@@ -1,11 +1,13 @@
 // Another process with a kernel record lock, for tests of handlers that meet one.
 #pragma once
 
+#include <cstdio>
 #include <fcntl.h>
 #include <fstream>
 #include <stdexcept>
 #include <string>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -83,11 +85,14 @@ inline bool has_waiter(const std::string &path)
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0)
         return false;
-    const std::string inode = ":" + std::to_string(status.st_ino) + " ";
+    // Every world numbers its files alike, so the device counts as well.
+    char file[64];
+    snprintf(file, sizeof(file), " %02x:%02x:%lu ", major(status.st_dev), minor(status.st_dev),
+             static_cast<unsigned long>(status.st_ino));
     for (int i = 0; i < 10000; i++) {
         std::ifstream locks("/proc/locks");
         for (std::string line; std::getline(locks, line);)
-            if (line.find("-> POSIX") != std::string::npos && line.find(inode) != std::string::npos)
+            if (line.find("-> POSIX") != std::string::npos && line.find(file) != std::string::npos)
                 return true;
         usleep(1000);
     }
