@@ -1,6 +1,7 @@
 #include "main/commands.h"
 
 #include "config/document.h"
+#include "hw/update_check.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -17,6 +18,11 @@ static void set_config_from_files(int, char **)
     set_config(1);
 }
 
+static void check_update(int, char **)
+{
+    check_update_from_china();
+}
+
 struct command {
     const char *name;
     void (*run)(int argc, char **argv);
@@ -25,7 +31,7 @@ struct command {
 constexpr command commands[] = {
     {"start", start},           {"get_wan_type", nullptr}, {"set_device_params", nullptr},
     {"netbase_start", nullptr}, {"netbase_stop", nullptr}, {"set_config", set_config_from_files},
-    {"start_wan", nullptr},     {"stop_wan", nullptr},     {"check_update", nullptr},
+    {"start_wan", nullptr},     {"stop_wan", nullptr},     {"check_update", check_update},
 };
 
 static void show_usage_mcfg()
