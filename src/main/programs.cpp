@@ -2,9 +2,16 @@
 
 #include "main/commands.h"
 #include "main/hotplug_events.h"
+#include "util/clock.h"
 #include "util/log.h"
 
 #include <string.h>
+
+static int update_time_main(int, char **)
+{
+    update_time();
+    return 0;
+}
 
 // The link is kept for scripts that still call it; saving is done by the event handlers themselves.
 static int save_link_state_main(int, char **)
@@ -28,7 +35,7 @@ struct program {
 constexpr program programs[] = {
     {"mcfg", match::contains, mcfg_main},
     {"firewall_update", match::contains, nullptr},
-    {"update_time", match::contains, nullptr},
+    {"update_time", match::contains, update_time_main},
     {"save_link_state", match::equals, save_link_state_main},
     {"hotplug", match::contains, hotplug_main},
     {"udhcpc", match::contains, nullptr},
