@@ -59,10 +59,9 @@ void update_time()
 
     kernel_time clock = {};
     kernel_zone zone = {};
-    bool is_known = syscall(SYS_gettimeofday, &clock, &zone) == 0;
+    syscall(SYS_gettimeofday, &clock, &zone);
     logmessage(TAG, "gm.tm_hour = %d, local.tm_hour = %d", utc.tm_hour, local.tm_hour);
     zone.minutes_west = (utc.tm_hour - local.tm_hour) * 60;
-    if (is_known)
-        syscall(SYS_settimeofday, &clock, &zone);
+    syscall(SYS_settimeofday, &clock, &zone);
     logmessage(TAG, "done");
 }
