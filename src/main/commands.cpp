@@ -1,6 +1,7 @@
 #include "main/commands.h"
 
 #include "config/document.h"
+#include "util/device.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -10,6 +11,16 @@ int start_flag = 0;
 static void start(int, char **)
 {
     start_flag = 1;
+}
+
+static void show_wan_type(int, char **)
+{
+    printf("%d\n", get_wan_type());
+}
+
+static void write_device_params(int, char **)
+{
+    set_device_params();
 }
 
 static void set_config_from_files(int, char **)
@@ -23,9 +34,15 @@ struct command {
 };
 
 constexpr command commands[] = {
-    {"start", start},           {"get_wan_type", nullptr}, {"set_device_params", nullptr},
-    {"netbase_start", nullptr}, {"netbase_stop", nullptr}, {"set_config", set_config_from_files},
-    {"start_wan", nullptr},     {"stop_wan", nullptr},     {"check_update", nullptr},
+    {"start", start},
+    {"get_wan_type", show_wan_type},
+    {"set_device_params", write_device_params},
+    {"netbase_start", nullptr},
+    {"netbase_stop", nullptr},
+    {"set_config", set_config_from_files},
+    {"start_wan", nullptr},
+    {"stop_wan", nullptr},
+    {"check_update", nullptr},
 };
 
 static void show_usage_mcfg()
