@@ -21,7 +21,9 @@ if(failed)
   message(FATAL_ERROR "${READELF} cannot read the symbols of ${PROGRAM}")
 endif()
 # Operators new and delete, the std namespace, exceptions, run-time types, guards of local statics.
-set(runtime "_Zn[aw]|_Zd[al]|_ZS|_ZNS|_ZNKS|_ZT[ISV]|__gxx_personality|_Unwind_|__cxa_(throw|rethrow|begin|end|guard|pure|allocate|free|get|demangle|bad)")
+set(runtime "_Zn[aw]|_Zd[al]|_ZS|_ZNS|_ZNKS|_ZT[ISV]|__gxx_personality|_Unwind_"
+            "|__cxa_(throw|rethrow|begin|end|guard|pure|allocate|free|get|demangle|bad)")
+string(JOIN "" runtime ${runtime})
 string(REGEX MATCHALL "[^\n]* (${runtime})[^\n]*" found "${symbols}")
 foreach(symbol ${found})
   message(SEND_ERROR "${PROGRAM} has a symbol of the C++ runtime: ${symbol}")

@@ -92,4 +92,17 @@ TEST_F(network, a_failing_program_of_this_machine_throws_what_it_said)
     }
 }
 
+TEST_F(network, a_real_firewall_can_be_loaded)
+{
+    box.bind("/usr/sbin/iptables-legacy-restore", "/tmp/real/iptables-restore");
+    box.on("pass /tmp/real/iptables-restore iptables-restore");
+    box.write("/tmp/filter_rules",
+              "*filter\n:INPUT DROP [0:0]\n-A INPUT -i lo -j ACCEPT\nCOMMIT\n");
+    outcome o = box.run({"probe", "shell", "iptables-restore /tmp/filter_rules"});
+    EXPECT_EQ(o.out, "shell 0\n") << o.err;
+    EXPECT_EQ(o.trace, "shell iptables-restore /tmp/filter_rules\n");
+    EXPECT_TRUE(says({"iptables-legacy-save"}, ":INPUT DROP [0:0]\n"));
+    EXPECT_TRUE(says({"iptables-legacy-save"}, "-A INPUT -i lo -j ACCEPT\n"));
+}
+
 } // namespace

@@ -3,6 +3,7 @@
 #include "support/router_box.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <optional>
 #include <stdexcept>

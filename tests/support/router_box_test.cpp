@@ -173,6 +173,16 @@ TEST_F(router_box, host_name_is_its_own)
     EXPECT_STRNE(machine, "morvi");
 }
 
+#ifdef __SANITIZE_ADDRESS__
+TEST_F(router_box, a_sanitizers_report_fails_the_test)
+{
+    for (const char *place : {"heap", "stack"}) {
+        EXPECT_EQ(box.run({"probe", "overrun", place, "3"}).status, 0);
+        EXPECT_THROW(box.run({"probe", "overrun", place, "4"}), std::runtime_error);
+    }
+}
+#endif
+
 TEST(router_box_program, that_is_missing_is_an_error)
 {
     EXPECT_THROW(support::router_box("/nowhere/mcfg"), std::runtime_error);
