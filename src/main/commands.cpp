@@ -2,6 +2,7 @@
 
 #include "config/document.h"
 #include "hw/update_check.h"
+#include "lan/netbase.h"
 #include "util/device.h"
 
 #include <stdio.h>
@@ -24,6 +25,16 @@ static void write_device_params(int, char **)
     set_device_params();
 }
 
+static void start_netbase(int, char **)
+{
+    netbase_start();
+}
+
+static void stop_netbase(int, char **)
+{
+    netbase_stop();
+}
+
 static void set_config_from_files(int, char **)
 {
     set_config(1);
@@ -43,8 +54,8 @@ constexpr command commands[] = {
     {"start", start},
     {"get_wan_type", show_wan_type},
     {"set_device_params", write_device_params},
-    {"netbase_start", nullptr},
-    {"netbase_stop", nullptr},
+    {"netbase_start", start_netbase},
+    {"netbase_stop", stop_netbase},
     {"set_config", set_config_from_files},
     {"start_wan", nullptr},
     {"stop_wan", nullptr},
