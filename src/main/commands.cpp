@@ -1,6 +1,8 @@
 #include "main/commands.h"
 
 #include "config/document.h"
+#include "util/text.h"
+#include "wan/wan_start.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -17,6 +19,21 @@ static void set_config_from_files(int, char **)
     set_config(1);
 }
 
+// Both numbers or none: a single one does not count.
+static void start_wan(int argc, char **argv)
+{
+    if (argc >= 4)
+        start_wan_morvi(text_to_int(argv[2]), text_to_int(argv[3]));
+    else
+        start_wan_morvi(0, 0);
+}
+
+// The second number is asked for as by start_wan and has no effect.
+static void stop_wan(int argc, char **argv)
+{
+    stop_wan_morvi(argc >= 4 ? text_to_int(argv[2]) : 0);
+}
+
 struct command {
     const char *name;
     void (*run)(int argc, char **argv);
@@ -25,7 +42,7 @@ struct command {
 constexpr command commands[] = {
     {"start", start},           {"get_wan_type", nullptr}, {"set_device_params", nullptr},
     {"netbase_start", nullptr}, {"netbase_stop", nullptr}, {"set_config", set_config_from_files},
-    {"start_wan", nullptr},     {"stop_wan", nullptr},     {"check_update", nullptr},
+    {"start_wan", start_wan},   {"stop_wan", stop_wan},    {"check_update", nullptr},
 };
 
 static void show_usage_mcfg()
