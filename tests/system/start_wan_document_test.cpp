@@ -1,6 +1,8 @@
 // mcfg start_wan: the types of an entry, its tunnels, and running configurations of any shape.
 #include "system/wan_box.h"
 
+#include <sys/stat.h>
+
 namespace
 {
 
@@ -167,9 +169,20 @@ TEST_F(start_wan_document, is_read_without_its_lock)
 
 // ---- what is around it
 
+TEST_F(start_wan_document, starts_with_a_directory_for_all_to_write_as_far_as_the_umask_lets)
+{
+    configure("[]");
+    box.remove("/tmp/ppp");
+    mode_t mask = umask(002);
+    umask(mask);
+    mcfg({"start_wan", "0", "0"});
+    EXPECT_EQ(box.mode("/tmp/ppp"), 0777u & ~mask);
+}
+
 TEST_F(start_wan_document, starts_with_files_in_the_way_of_the_links)
 {
     configure("[]");
+    box.remove("/tmp/ppp");
     box.write("/tmp/udhcpc", "mine");
     box.write("/tmp/ppp", "mine too");
     outcome started = mcfg({"start_wan", "0", "0"});
