@@ -1,0 +1,34 @@
+# The router's CPU: MIPS 24KEc, little-endian, built with Debian's g++-mipsel-linux-gnu.
+#
+# Debian's C library for this CPU uses the o32 calling convention with floating point registers,
+# which the 24KEc lacks: on the board and in the emulated router the kernel plays them, and the
+# program itself calculates nothing with them.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR mipsel)
+
+set(CMAKE_C_COMPILER mipsel-linux-gnu-gcc)
+set(CMAKE_CXX_COMPILER mipsel-linux-gnu-g++)
+set(CMAKE_C_FLAGS_INIT "-EL -march=24kec -mtune=24kec")
+set(CMAKE_CXX_FLAGS_INIT "${CMAKE_C_FLAGS_INIT}")
+
+# Jansson for the router, fetched by scripts/target-packages.
+set(MCFG_TARGET_ROOT "${CMAKE_CURRENT_LIST_DIR}/../build-mipsel/target-root"
+    CACHE PATH "Unpacked Debian packages for the router's CPU")
+get_filename_component(MCFG_TARGET_ROOT "${MCFG_TARGET_ROOT}" ABSOLUTE)
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES MCFG_TARGET_ROOT)
+if(NOT EXISTS "${MCFG_TARGET_ROOT}/usr/include/jansson.h")
+  message(FATAL_ERROR "No Jansson for the router's CPU in ${MCFG_TARGET_ROOT}: "
+                      "run scripts/target-packages first.")
+endif()
+
+# Libraries and headers only from the target's directories, programs only from this machine.
+set(CMAKE_FIND_ROOT_PATH "${MCFG_TARGET_ROOT}" /usr/mipsel-linux-gnu)
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# The tests run under user-mode emulation, on the C library of the target's packages. There is no
+# kernel beneath to play the floating point registers, so the emulated CPU is the nearest relative of
+# the 24KEc that has them, and the DSP instructions that -march=24kec allows, too.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-mipsel -cpu 34Kf -L "${MCFG_TARGET_ROOT}")
