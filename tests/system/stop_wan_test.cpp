@@ -83,6 +83,7 @@ TEST_F(stop_wan, of_a_static_entry_takes_the_interface_and_the_record_away)
     configure(STATIC_ENTRY);
     box.interface("vlan2");
     mcfg({"start_wan", "1", "0"});
+    EXPECT_EQ(vlan2(), "up 192.0.2.2/24 broadcast 192.0.2.255");
     EXPECT_NE(routes(), "");
     outcome stopped = mcfg({"stop_wan", "1", "0"});
     EXPECT_EQ(stopped.err, "");
@@ -98,8 +99,7 @@ TEST_F(stop_wan, of_a_static_entry_takes_the_interface_and_the_record_away)
                                          "log mcfg-remove_link_state_ex",
                                          "log mcfg-find_object_from_array_by_param"}));
     EXPECT_EQ(routes(), "");
-    EXPECT_EQ(box.in_network({"ip", "-4", "-o", "address", "show", "dev", "vlan2"}), "");
-    EXPECT_EQ(box.in_network({"ip", "-o", "link", "show", "up"}), "");
+    EXPECT_EQ(vlan2(), "down");
     EXPECT_EQ(box.read("/var/run/state_link"), "{\n   \"state_links\": []\n}");
     EXPECT_FALSE(box.exists("/var/lock/state_link.lock"));
 }
@@ -125,6 +125,34 @@ TEST_F(stop_wan, that_cannot_have_the_lock_leaves_the_link_up)
     EXPECT_EQ(rests(stopped.trace, "log mcfg-set_lock_on_file: "), "Can't lock file");
     EXPECT_EQ(routes(), before);
     EXPECT_NE(before, "");
+}
+
+// The lease came by an event; the stop undoes what that set up.
+TEST_F(stop_wan, of_a_dhcp_entry_takes_the_leased_link_down)
+{
+    configure(R"([{"iface":"vlan2","type":"dhcp"}])");
+    box.interface("vlan2");
+    mcfg({"start_wan", "1", "0"});
+    EXPECT_EQ(box.run({"/tmp/udhcpc", "bound"}, {{"interface", "vlan2"},
+                                                 {"ip", "192.0.2.10"},
+                                                 {"subnet", "255.255.255.0"},
+                                                 {"router", "192.0.2.1"}})
+                  .status,
+              0);
+    EXPECT_EQ(vlan2(), "up 192.0.2.10/24 broadcast 192.0.2.255");
+    std::string client = daemon("/var/run/udhcpc.vlan2.pid");
+    outcome stopped = mcfg({"stop_wan", "1", "0"});
+    EXPECT_TRACE(R"(
+        kill )" + client +
+                     R"( SIGTERM
+        shell iptables -t nat -D PREROUTING -i vlan2 -d 192.0.2.10 -j VSERVER
+        ioctl vlan2 SIOCSIFFLAGS 0x0
+        ioctl vlan2 SIOCSIFADDR 0.0.0.0
+        )",
+                 without(stopped.trace, {"log"}));
+    EXPECT_EQ(vlan2(), "down");
+    EXPECT_EQ(routes(), "");
+    EXPECT_EQ(box.read("/var/run/state_link"), "{\n   \"state_links\": []\n}");
 }
 
 // ---- the DHCP client

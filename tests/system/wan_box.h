@@ -4,6 +4,7 @@
 #include "support/expect.h"
 #include "support/router_box.h"
 #include "support/texts.h"
+#include "system/kernel_state.h"
 
 #include <gtest/gtest.h>
 
@@ -34,16 +35,8 @@ class wan_box : public testing::Test
         box.clear_trace();
     }
 
-    // The IPv4 routes that the kernel has, one a line.
-    std::string routes()
-    {
-        std::string result;
-        for (std::string line : support::lines_of(box.in_network({"ip", "-4", "route"}))) {
-            line.erase(line.find_last_not_of(' ') + 1);
-            result += line + "\n";
-        }
-        return result;
-    }
+    std::string routes() { return kernel_state::routes(box); }
+    std::string vlan2() { return kernel_state::interface(box, "vlan2"); }
 
     // Runs a sub-command, which never prints anything and always succeeds.
     outcome mcfg(std::vector<std::string> words)
