@@ -4,6 +4,8 @@
 #include "hw/update_check.h"
 #include "lan/netbase.h"
 #include "util/device.h"
+#include "util/text.h"
+#include "wan/wan_start.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -40,6 +42,21 @@ static void set_config_from_files(int, char **)
     set_config(1);
 }
 
+// Both numbers or none: a single one does not count.
+static void start_wan(int argc, char **argv)
+{
+    if (argc >= 4)
+        start_wan_morvi(text_to_int(argv[2]), text_to_int(argv[3]));
+    else
+        start_wan_morvi(0, 0);
+}
+
+// The second number is asked for as by start_wan and has no effect.
+static void stop_wan(int argc, char **argv)
+{
+    stop_wan_morvi(argc >= 4 ? text_to_int(argv[2]) : 0);
+}
+
 static void check_update(int, char **)
 {
     check_update_from_china();
@@ -50,6 +67,7 @@ struct command {
     void (*run)(int argc, char **argv);
 };
 
+// clang-format off
 constexpr command commands[] = {
     {"start", start},
     {"get_wan_type", show_wan_type},
@@ -57,10 +75,11 @@ constexpr command commands[] = {
     {"netbase_start", start_netbase},
     {"netbase_stop", stop_netbase},
     {"set_config", set_config_from_files},
-    {"start_wan", nullptr},
-    {"stop_wan", nullptr},
+    {"start_wan", start_wan},
+    {"stop_wan", stop_wan},
     {"check_update", check_update},
 };
+// clang-format on
 
 static void show_usage_mcfg()
 {

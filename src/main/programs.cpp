@@ -5,6 +5,8 @@
 #include "main/hotplug_events.h"
 #include "util/clock.h"
 #include "util/log.h"
+#include "wan/dhcp_event.h"
+#include "wan/ppp_event.h"
 
 #include <string.h>
 
@@ -51,9 +53,9 @@ constexpr program programs[] = {
     {"update_time", match::contains, update_time_main},
     {"save_link_state", match::equals, save_link_state_main},
     {"hotplug", match::contains, hotplug_main},
-    {"udhcpc", match::contains, nullptr},
-    {"ip-up", match::equals, nullptr},
-    {"ip-down", match::equals, nullptr},
+    {"udhcpc", match::contains, udhcpc_main},
+    {"ip-up", match::equals, ipup_main},
+    {"ip-down", match::equals, ipdown_main},
 };
 
 static const char *base_name(const char *path)

@@ -1,7 +1,6 @@
 // Texts that tests compare with: fixtures of this source tree, and traces taken apart.
 #pragma once
 
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
@@ -12,21 +11,16 @@
 namespace support
 {
 
-inline std::filesystem::path source_tree()
-{
-    return std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();
-}
-
 // Where the example settings of that name are ("router", "pppoe").
 inline std::string example_path(const std::string &name)
 {
-    return source_tree() / "examples" / name;
+    return MCFG_SOURCE_DIR "/examples/" + name;
 }
 
 // Where the fixtures are. Tests in a private world, where this is out of sight, bind it.
 inline std::string fixtures_path()
 {
-    return source_tree() / "tests/fixtures";
+    return MCFG_SOURCE_DIR "/tests/fixtures";
 }
 
 // What the fixture NAME holds, for tests outside of the world.

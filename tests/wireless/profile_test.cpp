@@ -24,7 +24,7 @@ class profile : public support::unit_test
 
     std::string fixture(const std::string &name)
     {
-        world.copy_in(support::source_tree() / "tests/fixtures/wireless", "/fixtures");
+        world.copy_in(support::fixtures_path() + "/wireless", "/fixtures");
         return world.read("/fixtures/" + name);
     }
 
