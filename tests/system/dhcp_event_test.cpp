@@ -215,6 +215,16 @@ TEST_F(dhcp_event, the_life_of_a_lease)
     EXPECT_FALSE(box.exists("/var/lock/Config.lock"));
 }
 
+TEST_F(dhcp_event, a_lease_of_the_example_router)
+{
+    box.interface("vlan2");
+    box.copy_in(MCFG_SOURCE_DIR "/examples/router/etc", "/etc");
+    box.run({"mcfg", "set_config"});
+    EXPECT_EQ(event("bound", vlan2_lease).status, 0);
+    EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
+    EXPECT_EQ(kernel_state::routes(box), bound_routes);
+}
+
 // A second lease without an end of the first: the default route is replaced, the other routes are
 // there already, and the jump is inserted once more.
 TEST_F(dhcp_event, bound_twice)

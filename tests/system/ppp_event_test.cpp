@@ -200,6 +200,21 @@ TEST_F(ppp_event, the_life_of_a_link)
     EXPECT_EQ(box.read("/var/run/state_link"), up_store);
 }
 
+TEST_F(ppp_event, a_tunnel_of_the_example_router)
+{
+    box.interface("ppp1");
+    box.in_network({"ip", "link", "set", "ppp1", "up"});
+    box.copy_in(MCFG_SOURCE_DIR "/examples/router/etc", "/etc");
+    box.copy_in(MCFG_SOURCE_DIR "/examples/pppoe/etc", "/etc");
+    box.run({"mcfg", "set_config"});
+    outcome result = up(with(wan1, "LINKNAME", "pppoe-wan2"));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "ppp1: No such process\n"); // no daemon made a route to the peer
+    EXPECT_EQ(kernel_state::routes(box), "default dev ppp1 metric 2\n");
+    EXPECT_NE(link_store::last(box).find(R"("name": "wan2", "proto": null, "metric": 2,)"),
+              std::string::npos);
+}
+
 struct link_row {
     const char *what;
     const char *link_name;  // null for unset
