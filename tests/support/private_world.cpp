@@ -16,6 +16,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <syslog.h>
 #include <unistd.h>
 
 namespace support
@@ -98,6 +99,7 @@ void private_world::clear()
     if (chdir("/") != 0)
         fail("chdir");
     umask(022);
+    closelog();
     clearenv();
     setenv("PATH", "/sbin:/bin:/usr/sbin:/usr/bin", 1);
     empty_root("");

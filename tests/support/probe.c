@@ -228,6 +228,20 @@ static void do_signal(char **w)
     raise((int)number(w[0]));
 }
 
+// overrun heap|stack INDEX: an access behind the end of 4 bytes, which the sanitizers
+// report.
+static void do_overrun(char **w)
+{
+    volatile char array[4] = "";
+    volatile char *heap = calloc(1, 4);
+    if (strcmp(w[0], "heap") == 0)
+        heap[number(w[1])] = 'x';
+    else
+        array[number(w[1])] = 'x';
+    printf("%d\n", heap[0] + array[0]);
+    free((void *)heap);
+}
+
 static void do_hang(char **w)
 {
     (void)w;
@@ -263,6 +277,7 @@ static const struct action {
     {"exit", 1, do_exit},
     {"signal", 1, do_signal},
     {"hang", 0, do_hang},
+    {"overrun", 2, do_overrun},
     {"name", 0, NULL},
 };
 

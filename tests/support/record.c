@@ -93,10 +93,27 @@ void line_word(struct line *line, const char *word)
     line_print(line, "%s", quote);
 }
 
+// The parent's parent; 0 when there is none to be seen.
+static int grandparent(void)
+{
+    char text[512];
+    int parent = 0;
+    snprintf(text, sizeof text, "/proc/%d/stat", (int)getppid());
+    int file = open(text, O_RDONLY | O_CLOEXEC);
+    ssize_t length = file >= 0 ? read(file, text, sizeof text - 1) : -1;
+    if (file >= 0)
+        close(file);
+    text[length > 0 ? length : 0] = '\0';
+    const char *name_end = strrchr(text, ')'); // "12 (name) S 7 ..."
+    if (name_end == NULL || sscanf(name_end + 1, " %*c %d", &parent) != 1)
+        return 0;
+    return parent;
+}
+
 void trace_line(const char *text)
 {
     struct line whole = LINE_EMPTY;
-    line_print(&whole, "%d %d %s\n", (int)getpid(), (int)getppid(), text);
+    line_print(&whole, "%d %d %d %s\n", (int)getpid(), (int)getppid(), grandparent(), text);
     int file = open(BOX_TRACE, O_WRONLY | O_APPEND | O_CLOEXEC);
     if (file < 0 || write(file, whole.text, whole.length) != (ssize_t)whole.length)
         broken_box(BOX_TRACE);

@@ -127,6 +127,21 @@ int kill(pid_t process, int number)
     return result;
 }
 
+// A new process is no line of the trace, but a rule may refuse it: "fail EAGAIN fork".
+pid_t fork(void)
+{
+    static pid_t (*real)(void);
+    if (real == NULL)
+        find_real("fork", &real);
+
+    int result = 0;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "fork");
+    bool is_answered = box_recording != RECORDING_OFF && answered_by_rule(&event, &result);
+    line_free(&event);
+    return is_answered ? result : real();
+}
+
 static char node_type(mode_t mode)
 {
     return S_ISBLK(mode) ? 'b' : S_ISCHR(mode) ? 'c' : S_ISFIFO(mode) ? 'p' : '-';

@@ -37,9 +37,14 @@ static bool clock_is_played(long *seconds, struct zone *zone)
     return true;
 }
 
+// Refuses as long as nothing is recorded: what links the recorder never sets the machine's clock.
 static int trace_set_clock(const struct kernel_time *time, const struct zone *zone)
 {
     int result = 0;
+    if (box_recording == RECORDING_OFF) {
+        errno = EPERM;
+        return -1;
+    }
     struct line event = LINE_EMPTY;
     line_print(&event, "settimeofday");
     if (time != NULL)
@@ -56,14 +61,9 @@ static int trace_set_clock(const struct kernel_time *time, const struct zone *zo
     return result;
 }
 
-// Even before the recording starts: nothing that links the recorder ever sets the machine's clock.
 int settimeofday(const struct timeval *time, const struct timezone *zone)
 {
     struct kernel_time plain = {0, 0};
-    if (box_recording == RECORDING_OFF) {
-        errno = EPERM;
-        return -1;
-    }
     if (time != NULL)
         plain.seconds = (long)time->tv_sec;
     return trace_set_clock(time != NULL ? &plain : NULL, (const struct zone *)zone);
@@ -141,9 +141,9 @@ long syscall(long number, ...)
     va_end(arguments);
     if (real == NULL)
         find_real("syscall", &real);
-    if (box_recording != RECORDING_OFF && number == SYS_settimeofday)
+    if (number == SYS_settimeofday)
         return trace_set_clock((const struct kernel_time *)words[0], (const struct zone *)words[1]);
-    if (box_recording != RECORDING_OFF && number == SYS_gettimeofday &&
+    if (number == SYS_gettimeofday &&
         play_get_clock((struct kernel_time *)words[0], (struct zone *)words[1]) == 0)
         return 0;
     return real(number, words[0], words[1], words[2], words[3], words[4], words[5], words[6]);

@@ -34,7 +34,7 @@ class router_box : public world
 
     // Runs the program as words[0] ("mcfg", "/usr/bin/ip-up", any name: it becomes argument 0 to
     // the letter) with the other words as arguments and only this environment besides PATH. Waits
-    // for it; a run of over 60 seconds throws std::runtime_error.
+    // for it; a run of over 60 seconds throws std::runtime_error, and so does a sanitizer's report.
     outcome run(const std::vector<std::string> &words, const environment &env = {});
 
     // The same without waiting, for several at once; finish() waits for one and gives its outcome

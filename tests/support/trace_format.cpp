@@ -1,5 +1,6 @@
 #include "support/trace_format.h"
 
+#include <algorithm>
 #include <map>
 #include <sstream>
 
@@ -10,17 +11,18 @@ namespace
 {
 
 struct raw_line {
-    std::string writer;
-    std::string parent;
+    std::string writers[3]; // the process, its parent, and the parent's
     std::string text;
 };
 
 raw_line take_apart(const std::string &line)
 {
-    size_t first = line.find(' ');
-    size_t second = line.find(' ', first + 1);
-    return {line.substr(0, first), line.substr(first + 1, second - first - 1),
-            line.substr(second + 1)};
+    raw_line result;
+    std::istringstream stream(line);
+    stream >> result.writers[0] >> result.writers[1] >> result.writers[2];
+    stream.ignore(1);
+    std::getline(stream, result.text);
+    return result;
 }
 
 std::vector<raw_line> raw_lines(std::string_view raw)
@@ -56,31 +58,45 @@ bool repeats(const std::string &run, const std::string &shell)
 }
 
 // The texts without the repetitions. The line before is the one just above, or, where processes run
-// side by side, the last one of the process that started the tool.
+// side by side, the last one from the process that had the shell start the tool: the tool's parent,
+// or its parent's where the shell stands between.
 std::vector<std::string> without_repetitions(const std::vector<raw_line> &lines)
 {
     std::vector<std::string> texts;
-    std::map<std::string, std::string> last_of;
+    std::map<std::string, std::string> last_from;
     std::string above;
     for (const raw_line &line : lines) {
-        bool repeated = repeats(line.text, last_of[line.parent]) || repeats(line.text, above);
+        bool is_tool = begins_with(line.text, "run ");
+        bool repeated = repeats(line.text, above);
+        for (const std::string &writer : line.writers)
+            repeated = repeated || repeats(line.text, last_from[writer]);
+        // What a program does is no doing of its parent's, but what a tool does is.
+        for (const std::string &writer : line.writers)
+            if (is_tool || writer == line.writers[0])
+                last_from[writer] = line.text;
         above = line.text;
-        last_of[line.writer] = line.text;
-        last_of[line.parent] = line.text;
         if (!repeated)
             texts.push_back(line.text);
     }
     return texts;
 }
 
+bool is_of(const std::vector<std::string> &kinds, const std::string &line)
+{
+    std::string kind = line.substr(0, line.find_first_of(" ("));
+    return kinds.empty() || std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+}
+
 } // namespace
 
-std::vector<std::string> trace_lines(std::string_view raw)
+std::vector<std::string> trace_lines(std::string_view raw, const std::vector<std::string> &kinds)
 {
     std::vector<std::string> result;
     std::string last;
     int times = 0;
     for (const std::string &text : without_repetitions(raw_lines(raw))) {
+        if (!is_of(kinds, text))
+            continue;
         times = times > 0 && text == last ? times + 1 : 1;
         last = text;
         if (times == 1)

@@ -2,7 +2,10 @@
 // one.
 #include "support/private_world.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 // mcfg leaves what it has loaded to the end of the process on purpose.
 extern "C" const char *__asan_default_options();
@@ -19,6 +22,19 @@ class clean_world : public testing::EmptyTestEventListener
     void OnTestStart(const testing::TestInfo &) override { support::private_world::here().clear(); }
 };
 
+// A routine that ends the process would end the tests with it, and with its own status: the tests
+// behind it would be taken for passed.
+pid_t tests_process = 0;
+
+void refuse_early_end()
+{
+    if (getpid() != tests_process)
+        return;
+    fputs("The process was ended from within a test.\n", stderr);
+    fflush(nullptr);
+    _exit(1);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -28,6 +44,10 @@ int main(int argc, char **argv)
     if (!testing::GTEST_FLAG(list_tests)) {
         support::private_world::enter();
         testing::UnitTest::GetInstance()->listeners().Append(new clean_world);
+        tests_process = getpid();
+        atexit(refuse_early_end);
     }
-    return RUN_ALL_TESTS();
+    int status = RUN_ALL_TESTS();
+    tests_process = 0;
+    return status;
 }

@@ -247,7 +247,7 @@ void world::tool(const std::string &path)
 void world::on(const std::string &text)
 {
     static struct rule rule;
-    const char *why = "";
+    const char *why = "it is more than one line";
     bool is_rule = text.find('\n') == std::string::npos && rule_parse(text.c_str(), &rule, &why);
     std::string wrong = is_rule ? wrong_with(rule) : why;
     if (!wrong.empty())
@@ -275,13 +275,7 @@ std::string world::trace() const
 
 std::string world::trace_of(const std::vector<std::string> &kinds) const
 {
-    std::vector<std::string> lines;
-    for (const std::string &line : trace_lines(raw_trace())) {
-        std::string kind = line.substr(0, line.find_first_of(" ("));
-        if (std::find(kinds.begin(), kinds.end(), kind) != kinds.end())
-            lines.push_back(line);
-    }
-    return joined(lines);
+    return joined(trace_lines(raw_trace(), kinds));
 }
 
 std::string world::raw_trace() const

@@ -32,6 +32,7 @@
 //   settimeofday SEC WEST DST   the clock set; the machine's own clock is never touched
 //   mknod PATH TYPE MODE MAJOR:MINOR   such as "mknod /dev/sda1 b 0700 8:1"; what is made is an
 //                            empty file with that mode, since not every machine allows the node
+//   fork                     only when a rule answers it, that is: "fail EAGAIN fork"
 // A call that fails (for real or as told) ends in " = " and the error's name: " = ENODEV".
 //
 // Control characters in a line are escaped (\n, \t, \r, \\, \xHH). A word of a "run" line that is
