@@ -1,69 +1,20 @@
 // The life of a DHCP link: the program as the DHCP client runs it.
 #include "support/expect.h"
-#include "support/router_box.h"
+#include "system/dhcp_test.h"
 #include "system/kernel_state.h"
 #include "system/link_store.h"
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
 #include <string>
-#include <vector>
 
 namespace
 {
 
-using support::environment;
-using support::outcome;
-using support::router_box;
+using namespace dhcp_life;
 
-const char config[] = R"({"Network":{"Wan":[
-    {"iface":"vlan2","name":"WAN","auto":true,"type":"dhcp"},
-    {"iface":"wimax0","name":"WIMAX","auto":true,"type":"dhcp"},
-    {"iface":"eth9","type":"dhcp"}]}})";
-
-const environment vlan2_lease = {
-    {"interface", "vlan2"},
-    {"ip", "192.0.2.10"},
-    {"subnet", "255.255.255.0"},
-    {"router", "192.0.2.1"},
-    {"dns", "198.51.100.53 203.0.113.53"},
-    {"routes", "198.51.100.7 192.0.2.2"},
-    {"staticroutes", "10.0.0.0/8 192.0.2.3"},
-    {"msroutes", "24 192 168 5 192 0 2 4"},
-};
-
-environment with(environment lease, const std::string &name, const std::string &value)
+class dhcp_event : public dhcp_test
 {
-    for (auto &variable : lease) {
-        if (variable.first == name) {
-            variable.second = value;
-            return lease;
-        }
-    }
-    lease.emplace_back(name, value);
-    return lease;
-}
-
-environment without(environment lease, const std::string &name)
-{
-    for (size_t i = 0; i < lease.size(); i++) {
-        if (lease[i].first == name)
-            lease.erase(lease.begin() + static_cast<ptrdiff_t>(i));
-    }
-    return lease;
-}
-
-class dhcp_event : public testing::Test
-{
-  protected:
-    router_box box;
-    void SetUp() override { box.write("/var/run/Config", config); }
-    outcome event(const std::string &name, const environment &env)
-    {
-        box.clear_trace();
-        return box.run({"/tmp/udhcpc", name}, env);
-    }
 };
 
 const char bound_trace[] = R"(
@@ -105,23 +56,6 @@ const char bound_trace[] = R"(
     shell /etc/init.d/scripts/resolv start
     log dhcp client: done\n
 )";
-
-const char bound_store[] = R"({
-   "state_links": [
-      {
-         "iface": "vlan2",
-         "name": "wan",
-         "type": "dhcp",
-         "proto": "ether",
-         "metric": 101,
-         "ipaddr": "192.0.2.10",
-         "netmask": "255.255.255.0",
-         "gateway": "192.0.2.1",
-         "dns1": "198.51.100.53",
-         "dns2": "203.0.113.53"
-      }
-   ]
-})";
 
 const char bound_routes[] = "default via 192.0.2.1 dev vlan2 metric 101\n"
                             "10.0.0.0/8 via 192.0.2.3 dev vlan2\n"
@@ -213,6 +147,16 @@ TEST_F(dhcp_event, the_life_of_a_lease)
     EXPECT_EQ(kernel_state::interface(box, "vlan2"), "down");
     EXPECT_FALSE(box.exists("/var/lock/state_link.lock"));
     EXPECT_FALSE(box.exists("/var/lock/Config.lock"));
+}
+
+TEST_F(dhcp_event, a_lease_of_the_example_router)
+{
+    box.interface("vlan2");
+    box.copy_in(MCFG_SOURCE_DIR "/examples/router/etc", "/etc");
+    box.run({"mcfg", "set_config"});
+    EXPECT_EQ(event("bound", vlan2_lease).status, 0);
+    EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
+    EXPECT_EQ(kernel_state::routes(box), bound_routes);
 }
 
 // A second lease without an end of the first: the default route is replaced, the other routes are
@@ -393,217 +337,6 @@ TEST_F(dhcp_event, what_depends_on_the_interface)
         EXPECT_PRED2(has_shell_line, deconfig,
                      std::string("/etc/init.d/scripts/resolv remove ") + row.resolver);
     }
-}
-
-TEST_F(dhcp_event, bound_without_any_variable)
-{
-    outcome result = event("bound", {});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "No such device\n"); // with no name to put before it
-    EXPECT_TRACE(R"(
-        log dhcp client: bound
-        shell export -p > /tmp/udhcpc-env
-        ioctl '' SIOCSIFFLAGS 0x1043 = ENODEV
-        log mcfg-wan_up: start\n
-        log mcfg-open_file_with_lock: Open file - /var/run/Config
-        log mcfg-find_object_from_array_by_param: size of array = 3
-        shell /etc/init.d/scripts/resolv start
-        log dhcp client: done\n
-    )",
-                 result.trace);
-    EXPECT_FALSE(box.exists("/var/run/state_link"));
-}
-
-TEST_F(dhcp_event, deconfig_without_any_variable)
-{
-    outcome result = event("deconfig", {});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "No such device\n");
-    EXPECT_TRACE(R"(
-        log dhcp client: deconfig
-        shell export -p > /tmp/udhcpc-env-deconfig
-        ioctl '' SIOCSIFFLAGS 0x1043 = ENODEV
-        shell /etc/init.d/scripts/resolv start
-        shell led yellow_wan on
-        shell led green_wan off
-        log mcfg-wan_down: start
-        log mcfg-wan_down: stop
-    )",
-                 result.trace);
-    EXPECT_TRUE(box.exists("/tmp/udhcpc..expires"));
-}
-
-TEST_F(dhcp_event, a_broken_route_list_ends_the_event)
-{
-    box.on("skip ioctl");
-    outcome result = event("bound", with(vlan2_lease, "msroutes", "24 192,168"));
-    EXPECT_EQ(result.status, 0);
-    size_t msroutes = result.trace.find("log dhcp client: msroutes");
-    ASSERT_NE(msroutes, std::string::npos);
-    EXPECT_TRACE(R"(
-        log dhcp client: msroutes = 24 192,168
-        log dhcp client: done\n
-    )",
-                 result.trace.substr(msroutes));
-    EXPECT_FALSE(box.exists("/var/run/state_link"));
-}
-
-TEST_F(dhcp_event, an_unusable_prefix_ends_the_list_only)
-{
-    box.on("skip ioctl");
-    outcome result = event("bound", with(vlan2_lease, "msroutes", "33 192 168 5 0 192 0 2 4"));
-    EXPECT_EQ(result.trace.find("192.168.5.0"), std::string::npos);
-    EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
-}
-
-// The members have the text as it came, the commands what trailing blanks leave of it.
-TEST_F(dhcp_event, trailing_blanks)
-{
-    box.on("skip ioctl");
-    outcome result = event("bound", {{"interface", "vlan2 "}, {"ip", "192.0.2.10 \n"}});
-    EXPECT_TRACE(R"(
-        ioctl vlan2 SIOCSIFFLAGS 0x1043
-        ioctl vlan2 SIOCSIFADDR 192.0.2.10
-    )",
-                 box.trace_of({"ioctl"}));
-    EXPECT_NE(link_store::last(box).find(R"("iface": "vlan2 ", "name": "wan")"), std::string::npos);
-    EXPECT_NE(link_store::last(box).find(R"("ipaddr": "192.0.2.10 \n")"), std::string::npos);
-}
-
-TEST_F(dhcp_event, no_value_becomes_a_command)
-{
-    box.on("skip ioctl");
-    const std::string evil = "$(reboot)`reboot`;reboot|reboot&'\"\\\n";
-    environment lease = {{"interface", "vlan2"}};
-    for (const char *name : {"ip", "subnet", "router", "dns", "routes", "staticroutes", "msroutes"})
-        lease.emplace_back(name, evil);
-    outcome bound = event("bound", lease);
-    EXPECT_EQ(bound.status, 0);
-    EXPECT_EQ(bound.trace.find("run reboot"), std::string::npos);
-    EXPECT_NE(bound.trace.find("run /etc/init.d/scripts/resolv add vlan2 wan "), std::string::npos);
-    EXPECT_NE(bound.trace.find("run iptables -t nat -I PREROUTING -i vlan2 -d "),
-              std::string::npos);
-    outcome deconfig = event("deconfig", lease);
-    EXPECT_EQ(deconfig.trace.find("run reboot"), std::string::npos);
-    EXPECT_NE(deconfig.trace.find("run iptables -t nat -D PREROUTING -i vlan2 -d "),
-              std::string::npos);
-    EXPECT_EQ(link_store::links(box).size(), 0U);
-}
-
-TEST_F(dhcp_event, a_value_that_is_no_text_is_null_in_the_store)
-{
-    box.on("skip ioctl");
-    event("bound", {{"interface", "vlan2"}, {"ip", "\xff\xfe"}, {"dns", "\xff b"}});
-    EXPECT_EQ(link_store::last(box),
-              R"({"iface": "vlan2", "name": "wan", "type": "dhcp", "proto": "ether", )"
-              R"("metric": 101, "ipaddr": null, "netmask": null, "gateway": null, )"
-              R"("dns1": null, "dns2": "b"})");
-}
-
-std::string repeated(const std::string &piece, size_t count)
-{
-    std::string text;
-    for (size_t i = 0; i < count; i++)
-        text += piece;
-    return text;
-}
-
-// As much as the kernel hands over in one variable.
-TEST_F(dhcp_event, over_long_values)
-{
-    box.on("skip ioctl");
-    for (const auto &variable : vlan2_lease) {
-        SCOPED_TRACE(variable.first);
-        environment lease = with(vlan2_lease, variable.first, std::string(130000, '9'));
-        EXPECT_EQ(event("bound", lease).status, 0);
-        EXPECT_EQ(event("deconfig", lease).status, 0);
-    }
-}
-
-TEST_F(dhcp_event, thousands_of_words)
-{
-    box.on("skip ioctl");
-    const environment lease = {{"interface", "vlan2"},
-                               {"dns", repeated("192.0.2.1 192.0.2.2 ", 1000)},
-                               {"routes", repeated("198.51.100.7 192.0.2.1 ", 1000)},
-                               {"staticroutes", repeated("10.0.0.0/8 192.0.2.1 ", 1000)},
-                               {"msroutes", repeated("8 11 192 0 2 1 ", 1000)}};
-    outcome result = event("bound", lease);
-    EXPECT_EQ(result.status, 0);
-    EXPECT_NE(result.trace.find("11.0.0.0/255.0.0.0 via 192.0.2.1 metric 1 flags 0x3 (x1000)\n"),
-              std::string::npos);
-    EXPECT_EQ(link_store::links(box).size(), 1U);
-}
-
-TEST_F(dhcp_event, a_time_that_cannot_be_written)
-{
-    outcome result = event("deconfig", {{"interface", "a/b"}});
-    EXPECT_EQ(result.status, 0);
-    EXPECT_EQ(result.err, "a/b: No such device\n"
-                          "/tmp/udhcpc.a/b.expires: No such file or directory\n");
-    EXPECT_NE(result.trace.find("log mcfg-wan_down: stop\n"), std::string::npos);
-}
-
-TEST_F(dhcp_event, a_document_without_use)
-{
-    box.on("skip ioctl");
-    for (const char *text :
-         {"", "{", "[]", R"({"Network":7})", R"({"Network":{"Wan":[7,null]}})"}) {
-        SCOPED_TRACE(text);
-        box.write("/var/run/Config", text);
-        outcome result = event("bound", vlan2_lease);
-        EXPECT_EQ(result.status, 0);
-        EXPECT_EQ(result.trace.find("led"), std::string::npos);
-        EXPECT_NE(result.trace.find("shell /etc/init.d/scripts/resolv start\n"), std::string::npos);
-        EXPECT_FALSE(box.exists("/var/run/state_link"));
-    }
-}
-
-TEST_F(dhcp_event, while_the_locks_are_held)
-{
-    box.on("skip ioctl");
-    event("bound", vlan2_lease);
-    box.write("/var/lock/state_link.lock", "1");
-    outcome deconfig = event("deconfig", {{"interface", "vlan2"}});
-    EXPECT_NE(deconfig.trace.find("log mcfg-set_lock_on_file: Can't lock file\n"),
-              std::string::npos);
-    EXPECT_EQ(deconfig.trace.find("iptables"), std::string::npos);
-    EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
-    EXPECT_EQ(box.read("/var/lock/state_link.lock"), "1");
-
-    box.write("/var/lock/Config.lock", "1");
-    outcome bound = event("bound", vlan2_lease);
-    EXPECT_NE(bound.trace.find("log mcfg-open_file_with_lock: Can't unlock file\n"
-                               "log mcfg-wan_up: Error on load file\n"),
-              std::string::npos);
-    EXPECT_EQ(bound.trace.find("led"), std::string::npos);
-}
-
-TEST_F(dhcp_event, a_corrupt_store_is_replaced_by_the_next_lease)
-{
-    box.on("skip ioctl");
-    box.write("/var/run/state_link", R"({"state_links": [ {"na)");
-    EXPECT_EQ(event("deconfig", {{"interface", "vlan2"}}).status, 0);
-    EXPECT_EQ(box.read("/var/run/state_link"), R"({"state_links": [ {"na)");
-    event("bound", vlan2_lease);
-    EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
-}
-
-TEST_F(dhcp_event, a_kernel_that_refuses_everything)
-{
-    box.on("fail EPERM ioctl");
-    outcome result = event("bound", without(vlan2_lease, "dns"));
-    EXPECT_EQ(result.status, 0);
-    EXPECT_TRACE(R"(
-        ioctl vlan2 SIOCSIFFLAGS 0x1043 = EPERM
-        ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.2 metric 1 flags 0x7 = EPERM
-        ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 192.0.2.3 metric 1 flags 0x3 = EPERM
-        ioctl vlan2 SIOCADDRT 192.168.5.0/255.255.255.0 via 192.0.2.4 metric 1 flags 0x3 = EPERM
-        ioctl vlan2 SIOCDELRT 0.0.0.0/0.0.0.0 via 192.0.2.1 metric 102 flags 0x3 = EPERM
-        ioctl vlan2 SIOCADDRT 0.0.0.0/0.0.0.0 via 192.0.2.1 metric 102 flags 0x3 = EPERM
-    )",
-                 box.trace_of({"ioctl"}));
-    EXPECT_EQ(link_store::links(box).size(), 1U);
 }
 
 } // namespace
