@@ -11,6 +11,9 @@
 // once, when it is opened or first used, so reading hundreds of keys costs one file access.
 #pragma once
 
+constexpr int NVRAM_DEVICE = 0;
+constexpr int NVRAM_WIRELESS = 1;
+
 extern "C" {
 
 // Open section (0 to 3) and read it. A section without a file is empty.

@@ -44,7 +44,7 @@ char *format_mac(const unsigned char *mac, char *out)
 
 int get_ethaddr(unsigned char *mac)
 {
-    const char *value = nvram_bufget(0, "ethaddr");
+    const char *value = nvram_bufget(NVRAM_DEVICE, "ethaddr");
     if (value[0] == '\0') {
         errno = EFAULT;
         return -EFAULT;
@@ -55,7 +55,7 @@ int get_ethaddr(unsigned char *mac)
 // Open NVRAM section 0 and get the base address from it. The section stays open.
 static bool open_base_mac(unsigned char *mac, const char *log_tag)
 {
-    nvram_init(0);
+    nvram_init(NVRAM_DEVICE);
     int result = get_ethaddr(mac);
     if (result != 0)
         logmessage(log_tag, "cannot get base MAC addr: %s\n", strerror(-result));
@@ -77,7 +77,7 @@ int get_mac(const char *name, char *out)
         puts(out);
         fflush(stdout); // before what the tools print that run next
     }
-    nvram_close(0);
+    nvram_close(NVRAM_DEVICE);
     return 1;
 }
 
@@ -85,6 +85,6 @@ int get_box_mac(unsigned char *mac)
 {
     if (!open_base_mac(mac, "mcfg-get_box_mac"))
         return -1;
-    nvram_close(0);
+    nvram_close(NVRAM_DEVICE);
     return 1;
 }

@@ -98,7 +98,7 @@ static int get(const parameter &asked)
     if (base_result != 0)
         fprintf(stderr, "cannot get base MAC addr: %s\n", strerror(-base_result));
 
-    const char *value = nvram_bufget(0, asked.key);
+    const char *value = nvram_bufget(NVRAM_DEVICE, asked.key);
     if (value[0] != '\0') {
         print_value(is_mac ? without_quotes(value) : text_piece{value, strlen(value)});
         return 0;
@@ -131,7 +131,7 @@ static int set(const parameter &asked, char *value)
             return 1;
         }
     }
-    int result = nvram_bufset(0, asked.key, value);
+    int result = nvram_bufset(NVRAM_DEVICE, asked.key, value);
     if (result != 0) {
         fprintf(stderr, "nvram set returned error (%d)\n", result);
         return 1;
@@ -157,8 +157,8 @@ int mmac_main(int argc, char **argv)
         fprintf(stderr, "%s is not valid MAC address\n", argv[3]);
         return 1;
     }
-    nvram_init(0);
+    nvram_init(NVRAM_DEVICE);
     int status = is_get ? get(*asked) : set(*asked, argv[3]);
-    nvram_close(0);
+    nvram_close(NVRAM_DEVICE);
     return status;
 }

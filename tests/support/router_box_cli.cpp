@@ -11,7 +11,7 @@
 namespace
 {
 
-struct session {
+struct visit {
     support::router_box box;
     support::environment environment;
     std::optional<support::outcome> last;
@@ -77,77 +77,77 @@ void show_text(const std::string &text)
     std::cout << text << (text.empty() || text.back() == '\n' ? "" : "\n");
 }
 
-void copy_in(session &s, const std::string &value)
+void copy_in(visit &v, const std::string &value)
 {
     auto [from, to] = halves(value, ':');
     char *real = realpath(from.c_str(), nullptr);
     std::string directory = real != nullptr ? real : from;
     free(real);
-    s.box.copy_in(directory, to);
+    v.box.copy_in(directory, to);
 }
 
-void write_file(session &s, const std::string &value)
+void write_file(visit &v, const std::string &value)
 {
     auto [path, text] = halves(value, '=');
-    s.box.write(path, with_line_ends(text));
+    v.box.write(path, with_line_ends(text));
 }
 
-void run_program(session &s, const std::string &value)
+void run_program(visit &v, const std::string &value)
 {
-    s.last = s.box.run(words_of(value), s.environment);
+    v.last = v.box.run(words_of(value), v.environment);
 }
 
-void show_file(session &s, const std::string &path)
+void show_file(visit &v, const std::string &path)
 {
     show_heading(path);
-    show_text(s.box.read(path));
+    show_text(v.box.read(path));
 }
 
-void show_trace(session &s, const std::string &)
+void show_trace(visit &v, const std::string &)
 {
     show_heading("trace");
-    show_text(s.box.trace());
-    s.box.clear_trace();
+    show_text(v.box.trace());
+    v.box.clear_trace();
 }
 
-void show_outcome(session &s, const std::string &)
+void show_outcome(visit &v, const std::string &)
 {
-    if (!s.last)
+    if (!v.last)
         throw std::invalid_argument("--outcome before any --run");
     show_heading("outcome");
-    if (s.last->signal != 0)
-        std::cout << "ended by signal " << s.last->signal << "\n";
+    if (v.last->signal != 0)
+        std::cout << "ended by signal " << v.last->signal << "\n";
     else
-        std::cout << "status " << s.last->status << "\n";
-    show_text(s.last->out);
-    show_text(s.last->err);
+        std::cout << "status " << v.last->status << "\n";
+    show_text(v.last->out);
+    show_text(v.last->err);
 }
 
-void show_ip(session &s, const std::string &value)
+void show_ip(visit &v, const std::string &value)
 {
     std::vector<std::string> command = words_of("ip " + value);
     show_heading("ip " + value);
-    show_text(s.box.in_network(command));
+    show_text(v.box.in_network(command));
 }
 
 struct option {
     const char *name;
     const char *value; // what the help calls it, or null when the option takes none
     const char *help;
-    void (*apply)(session &s, const std::string &value);
+    void (*apply)(visit &v, const std::string &value);
 };
 
 const option options[] = {
     {"--copy", "HOSTDIR:PATH", "copy a directory of this machine over one of the world", copy_in},
     {"--write", "PATH=TEXT", "write a file; \\n is a line end", write_file},
     {"--rule", "RULE", "add a rule (see tests/support/world.h)",
-     [](session &s, const std::string &value) { s.box.on(value); }},
+     [](visit &v, const std::string &value) { v.box.on(value); }},
     {"--interface", "NAME", "make a network interface",
-     [](session &s, const std::string &value) { s.box.interface(value); }},
+     [](visit &v, const std::string &value) { v.box.interface(value); }},
     {"--env", "NAME=VALUE", "set a variable for the runs that follow",
-     [](session &s, const std::string &value) { s.environment.push_back(halves(value, '=')); }},
+     [](visit &v, const std::string &value) { v.environment.push_back(halves(value, '=')); }},
     {"--clear-env", nullptr, "forget the variables",
-     [](session &s, const std::string &) { s.environment.clear(); }},
+     [](visit &v, const std::string &) { v.environment.clear(); }},
     {"--run", "COMMAND", "run the program under the command's first word; prints nothing",
      run_program},
     {"--outcome", nullptr, "print the last run's status and what it printed", show_outcome},
@@ -179,12 +179,12 @@ const option &find_option(const std::string &name)
 
 void apply_all(int argc, char **argv)
 {
-    session s;
+    visit v;
     for (int i = 1; i < argc; i++) {
         const option &o = find_option(argv[i]);
         if (o.value != nullptr && i + 1 == argc)
             throw std::invalid_argument(std::string(o.name) + " needs " + o.value);
-        o.apply(s, o.value != nullptr ? argv[++i] : "");
+        o.apply(v, o.value != nullptr ? argv[++i] : "");
     }
 }
 
