@@ -96,7 +96,7 @@ class links_at_once : public testing::Test
     class box_with_writers : public support::router_box
     {
       public:
-        using world::raw_trace; // lines of "WRITER PARENT TEXT"
+        using world::raw_trace; // lines of the writer's number, those of its parents, and the text
     };
     box_with_writers box;
 
@@ -152,9 +152,9 @@ std::vector<process_seen> links_at_once::processes() const
     std::istringstream lines(box.raw_trace());
     size_t number = 1;
     for (std::string line; std::getline(lines, line); number++) {
-        size_t writer_end = line.find(' ');
-        size_t parent_end = line.find(' ', writer_end + 1);
-        note(&by_writer[line.substr(0, writer_end)], line.substr(parent_end + 1), number);
+        size_t text = line.find_first_not_of("0123456789 ");
+        if (text != std::string::npos)
+            note(&by_writer[line.substr(0, line.find(' '))], line.substr(text), number);
     }
     std::vector<process_seen> result;
     for (const auto &[writer, seen] : by_writer) {
