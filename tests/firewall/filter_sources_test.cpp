@@ -8,26 +8,6 @@ namespace
 using namespace firewall_test;
 using std::string_literals::operator""s;
 
-constexpr char RULES[] = "/etc/default/rules";
-constexpr char MACS[] = "/etc/default/macfilter_list";
-constexpr char URLS[] = "/etc/default/url_filter";
-constexpr char ACCESS[] = "/etc/default/httpd_access.conf";
-
-int user_rules(FILE *file)
-{
-    return get_user_rules(file, "ACC", "DRP");
-}
-
-int mac_filters(FILE *file)
-{
-    return get_mac_filters(file, "br0", "ACC", "DRP");
-}
-
-int url_filters(FILE *file)
-{
-    return get_url_filters(file, "ACC", "DRP");
-}
-
 // User rules
 
 class user_rule : public list_test
