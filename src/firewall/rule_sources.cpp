@@ -69,7 +69,9 @@ static void append_options(char (&text)[RULE_TEXT_MAX], const option_field (&opt
         if (strcmp(value, "-") == 0)
             continue;
         bool is_range = row.range_option != nullptr && strchr(value, '-') != nullptr;
-        text_append(text, sizeof(text), " %s %s", is_range ? row.range_option : row.option, value);
+        const char *pieces[] = {" ", is_range ? row.range_option : row.option, " ", value};
+        for (const char *piece : pieces)
+            text_append(text, piece);
     }
 }
 
@@ -202,17 +204,18 @@ static bool write_access_rule(const list_entry &entry, rule_output *out)
     const char *source = entry.field[ACCESS_SOURCE];
     const char *netmask = entry.field[ACCESS_NETMASK];
     char rule[RULE_TEXT_MAX] = "-A H_ACCESS";
-    if (strcmp(iface, "auto") != 0)
-        text_append(rule, sizeof(rule), " -i %s", iface);
+    if (strcmp(iface, "auto") != 0) {
+        text_append(rule, " -i ");
+        text_append(rule, iface);
+    }
     if (strcmp(source, "any") != 0 && strcmp(netmask, "any") != 0) {
         char piece[RULE_PIECE_MAX];
         text_format(piece, sizeof(piece), " -s %s/%s", source, netmask);
-        text_append(rule, sizeof(rule), "%s", piece);
+        text_append(rule, piece);
     }
     if (strcmp(entry.field[ACCESS_SERVICE], "HTTP") == 0)
-        text_append(rule, sizeof(rule), " -p tcp --dport 80");
-    text_append(rule, sizeof(rule), " -j %s", entry.field[ACCESS_TARGET]);
-    fprintf(out->file, "%s\n", rule);
+        text_append(rule, " -p tcp --dport 80");
+    fprintf(out->file, "%s -j %s\n", rule, entry.field[ACCESS_TARGET]);
     return true;
 }
 
