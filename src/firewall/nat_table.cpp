@@ -50,6 +50,6 @@ void nat_setting_morvi(const char *lan_if, const char *lan_ip, const char *lan_n
     static constexpr char path[] = "/tmp/nat_rules";
     char network[NETWORK_TEXT_MAX];
     ip2class(lan_ip, lan_netmask, network);
-    if (write_rule_file(path, nat_rows, {lan_if, lan_ip, network, wan_if, "", ""}) == 0)
+    if (write_rule_file(path, nat_rows, {lan_if, lan_ip, network, wan_if}) == 0)
         load_rule_file(path);
 }

@@ -11,14 +11,18 @@
 
 constexpr size_t RULE_TEXT_MAX = 256;
 
+// What stands for the closing target of MACS until an entry has given it; iptables knows no such
+// chain.
+constexpr char NO_TARGET[] = "(null)";
+
 // What the writers of a list work with while the list is read.
 struct rule_output {
     FILE *file;
-    const char *lan_if;
-    const char *accept_target;
-    const char *drop_target;
-    char time_match[TIME_MATCH_MAX]; // of the latest entry with a schedule
-    const char *closing_target;      // the verdict at the end of MACS
+    const char *lan_if = "";
+    const char *accept_target = "";
+    const char *drop_target = "";
+    char time_match[TIME_MATCH_MAX] = "";   // of the latest entry with a schedule
+    const char *closing_target = NO_TARGET; // the verdict at the end of MACS
 };
 
 struct rule_source {
@@ -65,7 +69,9 @@ static void append_options(char (&text)[RULE_TEXT_MAX], const option_field (&opt
         if (strcmp(value, "-") == 0)
             continue;
         bool is_range = row.range_option != nullptr && strchr(value, '-') != nullptr;
-        text_append(text, sizeof(text), " %s %s", is_range ? row.range_option : row.option, value);
+        const char *pieces[] = {" ", is_range ? row.range_option : row.option, " ", value};
+        for (const char *piece : pieces)
+            text_append(text, piece);
     }
 }
 
@@ -99,15 +105,12 @@ constexpr rule_source user_rules = {
 
 int get_user_rules(FILE *file, const char *accept_target, const char *drop_target)
 {
-    return write_rules(user_rules, {file, "", accept_target, drop_target, "", ""});
+    return write_rules(user_rules, {file, "", accept_target, drop_target});
 }
 
 // MAC filter
 
 enum mac_field { MAC_ADDRESS = 0, MAC_SCHEDULE = 1 };
-
-// What stands for the closing target until an entry has given it; iptables knows no such chain.
-constexpr char NO_TARGET[] = "(null)";
 
 static bool write_mac_rule(const list_entry &entry, rule_output *out)
 {
@@ -151,7 +154,7 @@ constexpr rule_source mac_filters = {
 int get_mac_filters(FILE *file, const char *lan_if, const char *accept_target,
                     const char *drop_target)
 {
-    return write_rules(mac_filters, {file, lan_if, accept_target, drop_target, "", NO_TARGET});
+    return write_rules(mac_filters, {file, lan_if, accept_target, drop_target});
 }
 
 // URL filter
@@ -180,7 +183,7 @@ constexpr rule_source url_filters = {
 
 int get_url_filters(FILE *file, const char *accept_target, const char *drop_target)
 {
-    return write_rules(url_filters, {file, "", accept_target, drop_target, "", ""});
+    return write_rules(url_filters, {file, "", accept_target, drop_target});
 }
 
 // Router access
@@ -201,17 +204,18 @@ static bool write_access_rule(const list_entry &entry, rule_output *out)
     const char *source = entry.field[ACCESS_SOURCE];
     const char *netmask = entry.field[ACCESS_NETMASK];
     char rule[RULE_TEXT_MAX] = "-A H_ACCESS";
-    if (strcmp(iface, "auto") != 0)
-        text_append(rule, sizeof(rule), " -i %s", iface);
+    if (strcmp(iface, "auto") != 0) {
+        text_append(rule, " -i ");
+        text_append(rule, iface);
+    }
     if (strcmp(source, "any") != 0 && strcmp(netmask, "any") != 0) {
         char piece[RULE_PIECE_MAX];
         text_format(piece, sizeof(piece), " -s %s/%s", source, netmask);
-        text_append(rule, sizeof(rule), "%s", piece);
+        text_append(rule, piece);
     }
     if (strcmp(entry.field[ACCESS_SERVICE], "HTTP") == 0)
-        text_append(rule, sizeof(rule), " -p tcp --dport 80");
-    text_append(rule, sizeof(rule), " -j %s", entry.field[ACCESS_TARGET]);
-    fprintf(out->file, "%s\n", rule);
+        text_append(rule, " -p tcp --dport 80");
+    fprintf(out->file, "%s -j %s\n", rule, entry.field[ACCESS_TARGET]);
     return true;
 }
 
@@ -230,7 +234,7 @@ constexpr rule_source router_access = {
 
 int get_haccess_rules(FILE *file)
 {
-    return write_rules(router_access, {file, "", "", "", "", ""});
+    return write_rules(router_access, {file});
 }
 
 // Virtual servers
@@ -261,7 +265,7 @@ constexpr rule_source virtual_servers = {
 
 int get_vservers_rules(FILE *file)
 {
-    return write_rules(virtual_servers, {file, "", "", "", "", ""});
+    return write_rules(virtual_servers, {file});
 }
 
 // Masquerading
@@ -290,7 +294,7 @@ constexpr rule_source masquerading = {
 
 int get_masquerading(FILE *file)
 {
-    return write_rules(masquerading, {file, "", "", "", "", ""});
+    return write_rules(masquerading, {file});
 }
 
 // Port triggers
@@ -359,5 +363,5 @@ int porttrigger_setting_morvi(FILE *file, const char *lan_if)
 {
     if (fw.trigger_ports == 0)
         return -1;
-    return write_rules(port_triggers, {file, lan_if, "", "", "", ""});
+    return write_rules(port_triggers, {file, lan_if});
 }

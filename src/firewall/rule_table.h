@@ -7,12 +7,12 @@
 
 // What the placeholders of the lines stand for: "{lan}" for lan_if and so on, see rule_table.cpp.
 struct rule_values {
-    const char *lan_if;
-    const char *lan_ip;
-    const char *lan_network; // with its prefix length, "192.168.1.0/24"
-    const char *wan_if;
-    const char *accept_target;
-    const char *drop_target;
+    const char *lan_if = "";
+    const char *lan_ip = "";
+    const char *lan_network = ""; // with its prefix length, "192.168.1.0/24"
+    const char *wan_if = "";
+    const char *accept_target = "";
+    const char *drop_target = "";
 };
 
 constexpr const int *ALWAYS = nullptr;

@@ -45,12 +45,13 @@ int timematch_conv_morvi(char (&out)[TIME_MATCH_MAX], const char *days, const ch
     text_format(out, sizeof(out), "-m time --timestart %.2s:%.2s --timestop %.2s:%.2s --days ",
                 time, time + 2, time + 4, time + 6);
     // The first day stands behind a second blank.
-    char separator = ' ';
+    const char *separator = " ";
     for (size_t i = 0; i < DAYS; i++) {
         if (days[i] != '1')
             continue;
-        text_append(out, sizeof(out), "%c%s", separator, day_names[i]);
-        separator = ',';
+        text_append(out, separator);
+        text_append(out, day_names[i]);
+        separator = ",";
     }
     return 0;
 }

@@ -6,7 +6,8 @@
 
 void logmessage(const char *ident, const char *format, ...)
 {
-    char text[512] = "";
+    char text[512];
+    text[0] = '\0';
     va_list args;
     va_start(args, format);
     vsnprintf(text, sizeof(text), format, args);

@@ -18,34 +18,23 @@ bool text_set(char *dst, size_t cap, const char *src)
     return fits;
 }
 
-[[gnu::format(printf, 3, 0)]] static bool format_at(char *dst, size_t cap, const char *format,
-                                                    va_list args)
+bool text_append(char *dst, size_t cap, const char *src)
 {
-    int length = vsnprintf(dst, cap, format, args);
-    if (length < 0) {
-        dst[0] = '\0';
-        return false;
-    }
-    return static_cast<size_t>(length) < cap;
+    size_t used = strlen(dst);
+    return text_set(dst + used, cap - used, src);
 }
 
 bool text_format(char *dst, size_t cap, const char *format, ...)
 {
     va_list args;
     va_start(args, format);
-    bool fits = format_at(dst, cap, format, args);
+    int length = vsnprintf(dst, cap, format, args);
     va_end(args);
-    return fits;
-}
-
-bool text_append(char *dst, size_t cap, const char *format, ...)
-{
-    size_t used = strlen(dst);
-    va_list args;
-    va_start(args, format);
-    bool fits = format_at(dst + used, cap - used, format, args);
-    va_end(args);
-    return fits;
+    if (length < 0) {
+        dst[0] = '\0';
+        return false;
+    }
+    return static_cast<size_t>(length) < cap;
 }
 
 int text_to_int(const char *text)

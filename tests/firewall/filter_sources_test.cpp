@@ -8,26 +8,6 @@ namespace
 using namespace firewall_test;
 using std::string_literals::operator""s;
 
-constexpr char RULES[] = "/etc/default/rules";
-constexpr char MACS[] = "/etc/default/macfilter_list";
-constexpr char URLS[] = "/etc/default/url_filter";
-constexpr char ACCESS[] = "/etc/default/httpd_access.conf";
-
-int user_rules(FILE *file)
-{
-    return get_user_rules(file, "ACC", "DRP");
-}
-
-int mac_filters(FILE *file)
-{
-    return get_mac_filters(file, "br0", "ACC", "DRP");
-}
-
-int url_filters(FILE *file)
-{
-    return get_url_filters(file, "ACC", "DRP");
-}
-
 // User rules
 
 class user_rule : public list_test
@@ -143,10 +123,10 @@ INSTANTIATE_TEST_SUITE_P(
                   mac_rule("m", "-j DROP") + mac_closing("ACC")},
         list_case{"schedule_whose_time_ends_its_line", "m ends\n",
                   mac_rule("m", "-j DROP") + mac_closing("ACC")},
-        list_case{"each_line_starts_without_time_and_fields", "m mon\nn always\no\np tue\n",
+        list_case{"each_line_starts_without_time_and_fields", "m mon\nn\no always\np tue\nq\n",
                   mac_rule("m", std::string(MON) + " -j DROP") + mac_rule("n", "-j DROP") +
                       mac_rule("o", "-j DROP") + mac_rule("p", std::string(TUE) + " -j DROP") +
-                      mac_closing("ACC")},
+                      mac_rule("q", "-j DROP") + mac_closing("ACC")},
         list_case{"line_ends_are_trimmed", "m mon \r\n",
                   mac_rule("m", std::string(MON) + " -j DROP") + mac_closing("ACC")},
         list_case{"third_field_is_ignored", "m mon tue\n",

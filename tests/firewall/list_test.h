@@ -1,6 +1,7 @@
 // What the tests of the list readers share: a reader run on a list, and what it wrote.
 #pragma once
 
+#include "firewall/rule_sources.h"
 #include "firewall/switches.h"
 #include "support/unit_test.h"
 
@@ -11,9 +12,37 @@
 namespace firewall_test
 {
 
+constexpr char RULES[] = "/etc/default/rules";
+constexpr char MACS[] = "/etc/default/macfilter_list";
+constexpr char URLS[] = "/etc/default/url_filter";
+constexpr char ACCESS[] = "/etc/default/httpd_access.conf";
+constexpr char VSERVERS[] = "/etc/default/vservers";
+constexpr char MASQ[] = "/etc/default/masq";
+constexpr char TRIGGERS[] = "/etc/default/trigger_ports";
 constexpr char SCHEDULES[] = "/etc/default/sched_list";
 
 using reader = int (*)(FILE *file);
+
+// The readers with chain names that no table has.
+inline int user_rules(FILE *file)
+{
+    return get_user_rules(file, "ACC", "DRP");
+}
+
+inline int mac_filters(FILE *file)
+{
+    return get_mac_filters(file, "br0", "ACC", "DRP");
+}
+
+inline int url_filters(FILE *file)
+{
+    return get_url_filters(file, "ACC", "DRP");
+}
+
+inline int port_triggers(FILE *file)
+{
+    return porttrigger_setting_morvi(file, "br0");
+}
 
 struct written {
     reader read;

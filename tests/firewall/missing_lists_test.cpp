@@ -7,34 +7,6 @@ namespace
 
 using namespace firewall_test;
 
-constexpr char RULES[] = "/etc/default/rules";
-constexpr char MACS[] = "/etc/default/macfilter_list";
-constexpr char URLS[] = "/etc/default/url_filter";
-constexpr char ACCESS[] = "/etc/default/httpd_access.conf";
-constexpr char VSERVERS[] = "/etc/default/vservers";
-constexpr char MASQ[] = "/etc/default/masq";
-constexpr char TRIGGERS[] = "/etc/default/trigger_ports";
-
-int user_rules(FILE *file)
-{
-    return get_user_rules(file, "ACC", "DRP");
-}
-
-int mac_filters(FILE *file)
-{
-    return get_mac_filters(file, "br0", "ACC", "DRP");
-}
-
-int url_filters(FILE *file)
-{
-    return get_url_filters(file, "ACC", "DRP");
-}
-
-int port_triggers(FILE *file)
-{
-    return porttrigger_setting_morvi(file, "br0");
-}
-
 struct missing_case {
     const char *name;
     reader read;

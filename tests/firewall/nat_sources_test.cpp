@@ -8,15 +8,6 @@ namespace
 using namespace firewall_test;
 using std::string_literals::operator""s;
 
-constexpr char VSERVERS[] = "/etc/default/vservers";
-constexpr char MASQ[] = "/etc/default/masq";
-constexpr char TRIGGERS[] = "/etc/default/trigger_ports";
-
-int port_triggers(FILE *file)
-{
-    return porttrigger_setting_morvi(file, "br0");
-}
-
 // Virtual servers
 
 class vserver_rule : public list_test

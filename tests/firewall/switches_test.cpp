@@ -188,8 +188,7 @@ class switch_files : public support::unit_test
     std::string messages()
     {
         return support::private_world::captured(
-            2, [](void *out) { *static_cast<int *>(out) = get_global_firewall_config(); },
-            &result);
+            2, [](void *out) { *static_cast<int *>(out) = get_global_firewall_config(); }, &result);
     }
 
     int result = 1;

@@ -1,5 +1,7 @@
 #include "support/net_lab.h"
 
+#include "support/namespaces.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
@@ -21,11 +23,6 @@
 
 namespace support
 {
-
-[[noreturn]] static void fail(const std::string &what)
-{
-    throw std::runtime_error(what + ": " + std::strerror(errno));
-}
 
 // For children of the test process, which must never return into the test.
 [[noreturn]] static void die(const char *what)
@@ -83,16 +80,6 @@ static void reap(pid_t child, int *status)
     }
 }
 
-static std::string content_of(int fd)
-{
-    std::string content;
-    char buffer[65536];
-    lseek(fd, 0, SEEK_SET);
-    for (ssize_t n = read(fd, buffer, sizeof(buffer)); n > 0; n = read(fd, buffer, sizeof(buffer)))
-        content.append(buffer, static_cast<size_t>(n));
-    return content;
-}
-
 static sockaddr_in to_address(const std::string &address, int port)
 {
     sockaddr_in inet = {};
@@ -118,43 +105,45 @@ static bool is_connected(int fd, wait how_long)
            getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &length) == 0 && error == 0;
 }
 
-static void send_descriptor(int over, int fd)
-{
+// A message of one byte with room for one descriptor beside it.
+struct descriptor_message {
+    descriptor_message()
+    {
+        header.msg_iov = &data;
+        header.msg_iovlen = 1;
+        header.msg_control = control;
+        header.msg_controllen = sizeof(control);
+    }
+
     char byte = 0;
     iovec data = {&byte, 1};
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof(control);
-    cmsghdr *header = CMSG_FIRSTHDR(&message);
-    header->cmsg_level = SOL_SOCKET;
-    header->cmsg_type = SCM_RIGHTS;
-    header->cmsg_len = CMSG_LEN(sizeof(int));
-    memcpy(CMSG_DATA(header), &fd, sizeof(fd));
-    if (sendmsg(over, &message, 0) < 0)
+    msghdr header = {};
+};
+
+static void send_descriptor(int over, int fd)
+{
+    descriptor_message message;
+    cmsghdr *part = CMSG_FIRSTHDR(&message.header);
+    part->cmsg_level = SOL_SOCKET;
+    part->cmsg_type = SCM_RIGHTS;
+    part->cmsg_len = CMSG_LEN(sizeof(int));
+    memcpy(CMSG_DATA(part), &fd, sizeof(fd));
+    if (sendmsg(over, &message.header, 0) < 0)
         die("sendmsg");
 }
 
 // Returns -1 when the other end has closed without sending one.
 static int receive_descriptor(int over)
 {
-    char byte = 0;
-    iovec data = {&byte, 1};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
-    msghdr message = {};
-    message.msg_iov = &data;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof(control);
-    if (recvmsg(over, &message, MSG_CMSG_CLOEXEC) <= 0)
+    descriptor_message message;
+    if (recvmsg(over, &message.header, MSG_CMSG_CLOEXEC) <= 0)
         return -1;
-    cmsghdr *header = CMSG_FIRSTHDR(&message);
-    if (header == nullptr)
+    cmsghdr *part = CMSG_FIRSTHDR(&message.header);
+    if (part == nullptr)
         return -1;
     int fd = -1;
-    memcpy(&fd, CMSG_DATA(header), sizeof(fd));
+    memcpy(&fd, CMSG_DATA(part), sizeof(fd));
     return fd;
 }
 
@@ -266,8 +255,8 @@ lab_result net_lab::try_run(const std::string &host, const std::vector<std::stri
     }
     int status = 0;
     reap(pid, &status);
-    lab_result result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, content_of(files[1]),
-                         content_of(files[2])};
+    lab_result result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, whole_file(files[1]),
+                         whole_file(files[2])};
     for (int fd : files)
         close(fd);
     return result;

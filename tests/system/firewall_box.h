@@ -40,6 +40,19 @@ inline std::string replaced(std::string text, const std::string &part, const std
     return text.replace(at, part.size(), other);
 }
 
+// What iptables-save shows, without the lines that say when and the counts of packets, some of
+// which a router sends by itself.
+inline std::string rules_of(const std::string &saved)
+{
+    std::istringstream all(saved);
+    std::string rules;
+    for (std::string line; std::getline(all, line);) {
+        if (line[0] != '#')
+            rules += line.substr(0, line.find(" [")) + "\n";
+    }
+    return rules;
+}
+
 // A box with the LAN bridge of the example router, which has an address.
 class firewall_command : public ::testing::Test
 {

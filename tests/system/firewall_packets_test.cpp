@@ -1,22 +1,17 @@
 // What the generated tables do to packets: a router with the example settings between a LAN and a
 // provider, all of them network namespaces of the test's own, and today's iptables to load the
 // tables.
-#include "support/expect.h"
 #include "support/net_lab.h"
-#include "support/router_box.h"
-
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
+#include "system/firewall_box.h"
 
 namespace
 {
 
+using namespace firewall_test;
 using support::lab_result;
 using support::wait;
 
 constexpr char RESTORE[] = MCFG_SOURCE_DIR "/lab/platform/iptables-restore";
-constexpr char IP_FILTER[] = "/etc/default/ip_filter";
 constexpr char RULES[] = "/etc/default/rules";
 
 // Addresses, as the settings have them.
@@ -28,15 +23,12 @@ constexpr char OFFICE[] = "198.51.100.1"; // may use the router's web server
 constexpr char ANYONE[] = "203.0.113.9";  // a host outside that no list names
 constexpr char PEST[] = "203.0.113.66";   // a user rule drops it
 
-class firewall_packets : public ::testing::Test
+class firewall_packets : public firewall_command
 {
   protected:
     firewall_packets()
     {
-        box.copy_in(MCFG_SOURCE_DIR "/examples/router/etc", "/etc");
-        box.interface("br0");
-        box.in_network({"ip", "address", "add", std::string(ROUTER_LAN) + "/24", "dev", "br0"});
-
+        use_example();
         for (const char *host : {"router", "server", "banned", "provider"})
             lab.add_host(host);
         lab.cable("router", "lan1", "server", "eth0");
@@ -67,7 +59,7 @@ class firewall_packets : public ::testing::Test
     // Has the program write the rule files.
     void write_rule_files(const std::string &log_mode = "none")
     {
-        support::outcome seen = box.run({"firewall_update", "br0", "vlan2", log_mode});
+        support::outcome seen = update(log_mode);
         ASSERT_EQ(seen.status, 0);
         ASSERT_EQ(seen.err, "");
     }
@@ -94,38 +86,24 @@ class firewall_packets : public ::testing::Test
                            ROUTER_WAN, "-j", "VSERVER"});
     }
 
-    // The tables in force, without the lines that say when they were shown and the counts of
-    // packets, some of which the router sends by itself.
     std::string loaded(const std::string &table)
     {
-        std::istringstream all(lab.run("router", {"iptables-legacy-save", "-t", table}));
-        std::string rules;
-        for (std::string line; std::getline(all, line);) {
-            if (line[0] != '#')
-                rules += line.substr(0, line.find(" [")) + "\n";
-        }
-        return rules;
+        return rules_of(lab.run("router", {"iptables-legacy-save", "-t", table}));
     }
 
+    // Changes a settings file.
     void replace(const char *path, const std::string &before, const std::string &after)
     {
-        std::string text = box.read(path);
-        size_t at = text.find(before);
-        ASSERT_NE(at, std::string::npos);
-        box.write(path, text.replace(at, before.size(), after));
+        box.write(path, replaced(box.read(path), before, after));
     }
 
-    support::router_box box;
     support::net_lab lab;
 };
 
 TEST_F(firewall_packets, the_tables_are_what_iptables_has_loaded)
 {
     rebuild();
-    std::ifstream file(MCFG_SOURCE_DIR "/tests/fixtures/firewall/loaded_tables");
-    std::ostringstream expected;
-    expected << file.rdbuf();
-    EXPECT_TRACE(expected.str(), loaded("mangle") + loaded("filter") + loaded("nat"));
+    EXPECT_TRACE(fixture("loaded_tables"), loaded("mangle") + loaded("filter") + loaded("nat"));
 }
 
 TEST_F(firewall_packets, a_port_forward_reaches_the_lan_host_once_the_wan_link_is_up)

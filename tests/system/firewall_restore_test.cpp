@@ -36,13 +36,7 @@ class firewall_restore : public firewall_command
 
     std::string loaded(const std::string &table)
     {
-        std::istringstream all(box.in_network({"iptables-legacy-save", "-t", table}));
-        std::string rules;
-        for (std::string line; std::getline(all, line);) {
-            if (line[0] != '#')
-                rules += line.substr(0, line.find(" [")) + "\n";
-        }
-        return rules;
+        return rules_of(box.in_network({"iptables-legacy-save", "-t", table}));
     }
 
     std::string all_tables() { return loaded("mangle") + loaded("filter") + loaded("nat"); }
