@@ -55,11 +55,14 @@ std::vector<std::string> sorted_names(const std::string &directory, const std::s
     if (entries == nullptr)
         fail(shown_path);
     std::vector<std::string> names;
+    errno = 0;
     while (const dirent *entry = readdir(entries)) {
         std::string name = entry->d_name;
         if (name != "." && name != "..")
             names.push_back(name);
     }
+    if (errno != 0)
+        fail(shown_path);
     closedir(entries);
     std::sort(names.begin(), names.end());
     return names;

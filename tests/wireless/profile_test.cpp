@@ -155,19 +155,20 @@ TEST_F(profile, replaces_the_one_before)
     EXPECT_EQ(made_from(""), fixture("unset.dat"));
 }
 
+constexpr char DRIVER_RELOADED[] = R"(
+    shell rmmod rt2860v2_ap
+    log gen_config: mode = 1\n
+    log gen_config: RT2860_NVRAM = 0\n
+    shell mkdir -p /etc/Wireless/RT2860
+    shell modprobe rt2860v2_ap
+    sleep 1
+    ioctl ra0 SIOCSIFFLAGS 0x1043
+)";
+
 TEST_F(profile, is_written_while_the_driver_is_unloaded)
 {
     gen_config(nullptr, 1);
-    EXPECT_TRACE(R"(
-        shell rmmod rt2860v2_ap
-        log gen_config: mode = 1\n
-        log gen_config: RT2860_NVRAM = 0\n
-        shell mkdir -p /etc/Wireless/RT2860
-        shell modprobe rt2860v2_ap
-        sleep 1
-        ioctl ra0 SIOCSIFFLAGS 0x1043
-    )",
-                 world.trace());
+    EXPECT_TRACE(DRIVER_RELOADED, world.trace());
 }
 
 // The driver stays unloaded then: the guard is deliberate.
@@ -190,16 +191,7 @@ TEST_F(profile, that_cannot_be_created_does_not_keep_the_driver_out)
 {
     world.mkdir(PROFILE);
     EXPECT_EQ(said_by_gen_config(), "/etc/Wireless/RT2860/RT2860.dat: Is a directory\n");
-    EXPECT_TRACE(R"(
-        shell rmmod rt2860v2_ap
-        log gen_config: mode = 1\n
-        log gen_config: RT2860_NVRAM = 0\n
-        shell mkdir -p /etc/Wireless/RT2860
-        shell modprobe rt2860v2_ap
-        sleep 1
-        ioctl ra0 SIOCSIFFLAGS 0x1043
-    )",
-                 world.trace());
+    EXPECT_TRACE(DRIVER_RELOADED, world.trace());
 }
 
 TEST_F(profile, that_cannot_be_stored_is_reported)
