@@ -1,4 +1,4 @@
-# Lays out the program, its links and the manual page under DESTDIR, as the firmware image holds
+# Lays out the programs, their links and the manual page under DESTDIR, as the firmware image holds
 # them. The links "udhcpc", "ip-up" and "ip-down" are not among them: the program makes those under
 # /tmp when it starts the WAN, and a /sbin/udhcpc would hide the DHCP client it runs by that name.
 install(CODE [[
@@ -7,7 +7,7 @@ install(CODE [[
                         "this program must not be installed on a working machine.")
   endif()
 ]])
-install(TARGETS mcfg RUNTIME DESTINATION /sbin)
+install(TARGETS mcfg mmac RUNTIME DESTINATION /sbin)
 foreach(name firewall_update update_time save_link_state hotplug)
   install(CODE "file(CREATE_LINK mcfg \"\$ENV{DESTDIR}/sbin/${name}\" SYMBOLIC)")
 endforeach()

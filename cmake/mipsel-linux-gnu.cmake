@@ -28,7 +28,17 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# The tests run under user-mode emulation, on the C library of the target's packages. There is no
-# kernel beneath to play the floating point registers, so the emulated CPU is the nearest relative of
-# the 24KEc that has them, and the DSP instructions that -march=24kec allows, too.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-mipsel -cpu 34Kf -L "${MCFG_TARGET_ROOT}")
+# What is built holds no path of this machine.
+set(CMAKE_SKIP_RPATH ON)
+
+# The tests run under user-mode emulation. There is no kernel beneath to play the floating point
+# registers, so the emulated CPU is the nearest relative of the 24KEc that has them, and the DSP
+# instructions that -march=24kec allows, too.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-mipsel -cpu 34Kf)
+
+# How a test program that is run this way finds the target's C library and the others. The emulator's
+# own option -L is no use here: it would lead the test's file accesses, too, into the target's
+# packages wherever a path of that name exists there.
+set(MCFG_EMULATION_LINK_OPTIONS
+    "-Wl,--dynamic-linker=${MCFG_TARGET_ROOT}/lib/ld.so.1" -Wl,--disable-new-dtags
+    "-Wl,-rpath,${MCFG_TARGET_ROOT}/lib/mipsel-linux-gnu:${MCFG_TARGET_ROOT}/usr/lib/mipsel-linux-gnu")

@@ -10,15 +10,17 @@ FILE *open_settings(const char *path)
     return file;
 }
 
-static bool is_skipped(char first)
+static bool is_skipped(char first, comments hash_lines)
 {
-    return isspace(static_cast<unsigned char>(first)) || first == '#';
+    if (first == '#')
+        return hash_lines == comments::skipped;
+    return isspace(static_cast<unsigned char>(first));
 }
 
-bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX])
+bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX], comments hash_lines)
 {
     while (fgets(line, sizeof(line), file) != nullptr) {
-        if (!is_skipped(line[0]))
+        if (!is_skipped(line[0], hash_lines))
             return true;
     }
     return false;

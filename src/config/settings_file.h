@@ -12,6 +12,14 @@ constexpr size_t SETTINGS_LINE_MAX = 255;
 // null.
 FILE *open_settings(const char *path);
 
+// What becomes of lines that begin with "#".
+enum class comments {
+    skipped,
+    parsed, // they are lines like any other
+};
+
 // Read the next line that counts into line, with its line end: lines whose first character is white
-// space (empty ones among them) or "#" are skipped. Returns false at the end of the file.
-bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX]);
+// space (empty ones among them) are skipped, and comments unless they are to be parsed. Returns
+// false at the end of the file.
+bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX],
+                        comments hash_lines = comments::skipped);

@@ -1,5 +1,9 @@
 #include "main/hotplug_events.h"
 
+#include "hotplug/block.h"
+#include "hotplug/net.h"
+#include "hotplug/usb.h"
+
 #include <errno.h>
 #include <stdio.h>
 #include <string.h>
@@ -10,10 +14,10 @@ struct hotplug_event {
 };
 
 constexpr hotplug_event events[] = {
-    {"net", nullptr},
-    {"usb_device", nullptr},
-    {"usb", nullptr},
-    {"block", nullptr},
+    {"net", hotplug_net},
+    {"usb_device", hotplug_usb_dev},
+    {"usb", hotplug_usb},
+    {"block", hotplug_block},
 };
 
 int hotplug_main(int argc, char **argv)
@@ -24,7 +28,7 @@ int hotplug_main(int argc, char **argv)
     }
     for (const hotplug_event &row : events) {
         if (strcmp(row.name, argv[1]) == 0)
-            return row.handle != nullptr ? row.handle() : 0;
+            return row.handle();
     }
     return 0;
 }

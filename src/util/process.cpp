@@ -90,6 +90,12 @@ int _eval(char *const argv[], const char *path, unsigned timeout, pid_t *ppid)
     return WIFEXITED(status) ? WEXITSTATUS(status) : status;
 }
 
+int run_words(const char *const argv[])
+{
+    // exec takes pointers to writable words for the sake of old programs and leaves them alone.
+    return _eval(const_cast<char *const *>(argv), nullptr, 0, nullptr);
+}
+
 // The process number in text, base as its prefix says. Clamped to the range of a pid: on a machine
 // with a wide long a huge number must not wrap round to -1, which would signal every process.
 static pid_t to_pid(const char *text)
@@ -110,4 +116,12 @@ int kill_pidfile_s(const char *path, int sig)
         return errno;
     fclose(file);
     return kill(to_pid(line), sig);
+}
+
+void stop_by_pidfile(const char *path, int second_sig)
+{
+    if (kill_pidfile_s(path, SIGTERM) == 0)
+        return;
+    sleep(3);
+    kill_pidfile_s(path, second_sig);
 }

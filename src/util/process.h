@@ -23,9 +23,25 @@
 // line on standard error that names it: a missing one gives 2.
 int _eval(char *const argv[], const char *path, unsigned timeout, pid_t *ppid);
 
+// _eval() as nearly everyone needs it: the words of an outside tool, output left alone, no time
+// limit, waited for. run_tool("killall", "ip-up") is run_words() of a vector of these two.
+int run_words(const char *const argv[]);
+
+template <typename... Word> int run_tool(const Word *...words)
+{
+    const char *const argv[] = {words..., nullptr};
+    return run_words(argv);
+}
+
 // Send signal sig to the process whose number stands on the first line of the file path (decimal,
 // "0x" hexadecimal or "0" octal; up to 255 characters are read).
 // Returns kill()'s result: 0, or -1 on failure. When the file cannot be opened or holds nothing,
 // returns the current error number (ENOENT for a missing file); an empty file is left open.
 // A text without a number counts as 0, which is this process's own group.
 int kill_pidfile_s(const char *path, int sig);
+
+// Stop the process whose number stands in the file path: send it SIGTERM and, when kill_pidfile_s
+// could not (no such file or process), wait 3 seconds and send second_sig through the same file,
+// which a daemon that was just starting has written by then. Whether the process ended is not
+// looked at.
+void stop_by_pidfile(const char *path, int second_sig);

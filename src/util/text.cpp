@@ -18,17 +18,34 @@ bool text_set(char *dst, size_t cap, const char *src)
     return fits;
 }
 
-bool text_format(char *dst, size_t cap, const char *format, ...)
+[[gnu::format(printf, 3, 0)]] static bool format_at(char *dst, size_t cap, const char *format,
+                                                    va_list args)
 {
-    va_list args;
-    va_start(args, format);
     int length = vsnprintf(dst, cap, format, args);
-    va_end(args);
     if (length < 0) {
         dst[0] = '\0';
         return false;
     }
     return static_cast<size_t>(length) < cap;
+}
+
+bool text_format(char *dst, size_t cap, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    bool fits = format_at(dst, cap, format, args);
+    va_end(args);
+    return fits;
+}
+
+bool text_append(char *dst, size_t cap, const char *format, ...)
+{
+    size_t used = strlen(dst);
+    va_list args;
+    va_start(args, format);
+    bool fits = format_at(dst + used, cap - used, format, args);
+    va_end(args);
+    return fits;
 }
 
 int text_to_int(const char *text)

@@ -12,6 +12,9 @@ bool text_set(char *dst, size_t cap, const char *src);
 // printf into dst with the same bound. Returns true when the whole text fitted.
 [[gnu::format(printf, 3, 4)]] bool text_format(char *dst, size_t cap, const char *format, ...);
 
+// printf behind what dst holds, which must be terminated, with the same bound.
+[[gnu::format(printf, 3, 4)]] bool text_append(char *dst, size_t cap, const char *format, ...);
+
 template <size_t N> bool text_set(char (&dst)[N], const char *src)
 {
     return text_set(dst, N, src);

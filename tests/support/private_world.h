@@ -1,7 +1,7 @@
 // A private world (world.h) around the test process itself. The unit tests' main() enters it before
 // any test runs, so that routines of the program can be called directly although they write fixed
-// paths such as /var/run/Config. Calls that need a board, the system log, system(), sleep() and kill()
-// are recorded as in the router box; programs started by the routines are its recorders.
+// paths such as /var/run/Config. Calls that need a board, the system log, system(), sleep() and
+// kill() are recorded as in the router box; programs started by the routines are its recorders.
 #pragma once
 
 #include "support/world.h"
@@ -13,7 +13,8 @@ class private_world : public world
 {
   public:
     // Moves this process into a new private world. Called once, by the unit tests' main(), while
-    // the process has one thread. Ends the process with a message when the machine does not allow it.
+    // the process has one thread. Ends the process with a message when the machine does not allow
+    // it.
     static void enter();
     // The world around this process. Each test starts with clear(): files of an earlier test, rules
     // and trace are gone, standard directories are there again. (gtest runs tests one by one.)
@@ -32,6 +33,12 @@ class private_world : public world
 
   protected:
     std::string host_path(const std::string &path) const override;
+    std::string machine_path(const std::string &path) const override;
+
+  private:
+    int machine_root = -1; // the machine's root directory
+    std::vector<std::string> binds;
+    std::vector<pid_t> bystanders;
 };
 
 } // namespace support

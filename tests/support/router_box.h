@@ -25,19 +25,25 @@ class router_box : public world
 {
   public:
     router_box();
+    // A box for another program than the one under test, a path of this machine. run() starts it
+    // under any name, as it does mcfg, and it stands at /sbin/mcfg.
+    explicit router_box(const std::string &program);
     ~router_box() override;
     router_box(const router_box &) = delete;
     router_box &operator=(const router_box &) = delete;
 
-    // Runs the program as words[0] ("mcfg", "/usr/bin/ip-up", any name: it becomes argument 0 to the
-    // letter) with the other words as arguments and only this environment besides PATH.
-    // Waits for it; a run of over 60 seconds throws std::runtime_error.
+    // Runs the program as words[0] ("mcfg", "/usr/bin/ip-up", any name: it becomes argument 0 to
+    // the letter) with the other words as arguments and only this environment besides PATH. Waits
+    // for it; a run of over 60 seconds throws std::runtime_error, and so does a sanitizer's report.
     outcome run(const std::vector<std::string> &words, const environment &env = {});
 
     // The same without waiting, for several at once; finish() waits for one and gives its outcome
     // (whose trace is empty: the traces of runs side by side are mixed, see trace()).
     pid_t start(const std::vector<std::string> &words, const environment &env = {});
     outcome finish(pid_t handle);
+
+    // How long a run may take, in milliseconds, in place of the 60 seconds.
+    void set_time_limit(int milliseconds);
 
     void bind(const std::string &host_path, const std::string &path) override;
     void interface(const std::string &name) override;

@@ -239,45 +239,45 @@ class pid_file : public support::unit_test
 
 TEST_F(pid_file, names_the_process_to_signal)
 {
-    EXPECT_EQ(sent("123\n"), "kill 123 15\n");
+    EXPECT_EQ(sent("123\n"), "kill 123 SIGTERM\n");
 }
 
 TEST_F(pid_file, may_lack_the_line_end)
 {
-    EXPECT_EQ(sent("123"), "kill 123 15\n");
+    EXPECT_EQ(sent("123"), "kill 123 SIGTERM\n");
 }
 
 TEST_F(pid_file, may_be_hexadecimal)
 {
-    EXPECT_EQ(sent("0x7b\n"), "kill 123 15\n");
+    EXPECT_EQ(sent("0x7b\n"), "kill 123 SIGTERM\n");
 }
 
 TEST_F(pid_file, with_a_leading_zero_is_octal)
 {
-    EXPECT_EQ(sent("0173\n"), "kill 123 15\n");
+    EXPECT_EQ(sent("0173\n"), "kill 123 SIGTERM\n");
 }
 
 TEST_F(pid_file, stops_at_the_first_character_that_is_no_digit)
 {
-    EXPECT_EQ(sent("123 udhcpc\n"), "kill 123 15\n");
+    EXPECT_EQ(sent("123 udhcpc\n"), "kill 123 SIGTERM\n");
 }
 
 TEST_F(pid_file, is_read_in_its_first_line_only)
 {
-    EXPECT_EQ(sent("123\n456\n"), "kill 123 15\n");
+    EXPECT_EQ(sent("123\n456\n"), "kill 123 SIGTERM\n");
 }
 
 TEST_F(pid_file, is_read_up_to_255_characters)
 {
-    EXPECT_EQ(sent(std::string(254, ' ') + "123"), "kill 1 15\n");
+    EXPECT_EQ(sent(std::string(254, ' ') + "123"), "kill 1 SIGTERM\n");
 }
 
 // A huge number must not wrap round to -1, which would signal every process of the router.
 TEST_F(pid_file, with_a_huge_number_names_no_process)
 {
-    EXPECT_EQ(sent("4294967295\n"), "kill 2147483647 15\n");
+    EXPECT_EQ(sent("4294967295\n"), "kill 2147483647 SIGTERM\n");
     world.clear_trace();
-    EXPECT_EQ(sent("-99999999999999999999\n"), "kill -2147483648 15\n");
+    EXPECT_EQ(sent("-99999999999999999999\n"), "kill -2147483648 SIGTERM\n");
 }
 
 TEST_F(pid_file, that_is_missing_gives_its_error_number)
@@ -302,7 +302,13 @@ TEST_F(pid_file, signals_a_real_process)
     EXPECT_EQ(kill_pidfile_s("/var/run/x.pid", SIGKILL), 0);
     while (world.is_running(pid))
         usleep(1000);
-    EXPECT_EQ(kill_pidfile_s("/var/run/x.pid", SIGKILL), -1);
+}
+
+TEST_F(pid_file, of_a_process_that_is_gone_gives_minus_1)
+{
+    world.write("/var/run/x.pid", "2147483647\n");
+    EXPECT_EQ(kill_pidfile_s("/var/run/x.pid", SIGTERM), -1);
+    EXPECT_EQ(world.trace(), "kill 2147483647 SIGTERM = ESRCH\n");
 }
 
 } // namespace

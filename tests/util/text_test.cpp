@@ -119,4 +119,23 @@ TEST(text_format, is_cut_at_the_room_and_says_so)
     EXPECT_STREQ(dst, "12-ab");
 }
 
+TEST(text_append, is_cut_at_the_room_and_says_so)
+{
+    char dst[6] = "";
+    EXPECT_TRUE(text_append(dst, sizeof(dst), "%s", ""));
+    EXPECT_STREQ(dst, "");
+    EXPECT_TRUE(text_append(dst, sizeof(dst), "%d-", 12));
+    EXPECT_TRUE(text_append(dst, sizeof(dst), "%s", "ab"));
+    EXPECT_STREQ(dst, "12-ab");
+    EXPECT_FALSE(text_append(dst, sizeof(dst), "%s", "c"));
+    EXPECT_STREQ(dst, "12-ab");
+}
+
+TEST(text_append, keeps_what_fits_of_a_longer_text)
+{
+    char dst[6] = "12";
+    EXPECT_FALSE(text_append(dst, sizeof(dst), "-%s", "abc"));
+    EXPECT_STREQ(dst, "12-ab");
+}
+
 } // namespace

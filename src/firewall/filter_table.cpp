@@ -1,0 +1,100 @@
+#include "firewall/tables.h"
+
+#include "firewall/rule_sources.h"
+#include "firewall/rule_table.h"
+#include "firewall/switches.h"
+
+static void mac_filters(FILE *file, const rule_values &values)
+{
+    get_mac_filters(file, values.lan_if, values.accept_target, values.drop_target);
+}
+
+static void user_rules(FILE *file, const rule_values &values)
+{
+    get_user_rules(file, values.accept_target, values.drop_target);
+}
+
+static void url_filters(FILE *file, const rule_values &values)
+{
+    get_url_filters(file, values.accept_target, values.drop_target);
+}
+
+static void router_access(FILE *file, const rule_values &)
+{
+    get_haccess_rules(file);
+}
+
+// clang-format off
+constexpr rule_row filter_rows[] = {
+    {ALWAYS, "*filter"},
+    {ALWAYS, ":INPUT ACCEPT [0:0]"},
+    {ALWAYS, ":FORWARD ACCEPT [0:0]"},
+    {ALWAYS, ":OUTPUT ACCEPT [0:0]"},
+    {ALWAYS, ":MINIUPNPD - [0:0]"},
+    {ALWAYS, ":H_ACCESS - [0:0]"},
+    {ALWAYS, ":MACS - [0:0]"},
+    {ALWAYS, ":SECURITY - [0:0]"},
+    {ALWAYS, ":BRUTE - [0:0]"},
+    {ALWAYS, ":logaccept - [0:0]"},
+    {ALWAYS, ":logdrop - [0:0]"},
+
+    {&fw.mac_mode, nullptr, mac_filters},
+
+    {ALWAYS, "-A SECURITY -p tcp --syn -m limit --limit 1/s -j RETURN"},
+    {ALWAYS, "-A SECURITY -p tcp --tcp-flags SYN,ACK,FIN,RST RST -m limit --limit 1/s -j RETURN"},
+    {ALWAYS, "-A SECURITY -p udp -m limit --limit 5/s -j RETURN"},
+    {ALWAYS, "-A SECURITY -p icmp -m limit --limit 5/s -j RETURN"},
+    {ALWAYS, "-A SECURITY -j {drop}"},
+
+    {ALWAYS, nullptr, user_rules},
+
+    // To the router itself. With the firewall off, INPUT ends here and its policy accepts.
+    {ALWAYS,       "-A INPUT -m state --state INVALID -j {drop}"},
+    {ALWAYS,       "-A INPUT -m state --state ESTABLISHED,RELATED -j ACCEPT"},
+    {&fw.igmp,     "-A INPUT -d 224.0.0.0/240.0.0.0 -i {wan} -j ACCEPT"},
+    {&fw.igmp,     "-A INPUT -s 224.0.0.0/240.0.0.0 -i {wan} -j ACCEPT"},
+    {ALWAYS,       "-A INPUT -i lo -m state --state NEW -j {accept}"},
+    {ALWAYS,       "-A INPUT -i {lan} -m state --state NEW -j {accept}"},
+    {&fw.igmp,     "-A FORWARD -d 224.0.0.0/240.0.0.0 -j ACCEPT"},
+    {&fw.igmp,     "-A FORWARD -s 224.0.0.0/240.0.0.0 -j ACCEPT"},
+    // The UPnP daemon inserts its rules ahead of the RETURN.
+    {&fw.upnp,     "-A FORWARD -i {wan} -o ! {wan} -j MINIUPNPD"},
+    {&fw.upnp,     "-A MINIUPNPD -j RETURN"},
+    {&fw.dos,      "-A INPUT ! -i {lan} -m state --state NEW -j SECURITY"},
+    {&fw.firewall, "-A INPUT -p icmp -j {accept}", nullptr, &fw.wan_ping},
+    {&fw.firewall, "-A INPUT ! -i {lan} -m state --state NEW -j H_ACCESS"},
+    {&fw.firewall, "-A INPUT -j {drop}"},
+
+    // Through the router. What leaves to the WAN needs no rule: only the way into the LAN is closed
+    // at the end, and the policy accepts.
+    {ALWAYS,   "-A FORWARD -i {lan} -o {lan} -j {accept}"},
+    {ALWAYS,   "-A FORWARD -m state --state INVALID -j {drop}"},
+    {&fw.igmp, "-A FORWARD -p udp -d 224.0.0.0/4 -j ACCEPT"},
+    {ALWAYS,   "-A FORWARD -p tcp --syn -j TCPMSS --clamp-mss-to-pmtu"},
+    {ALWAYS,   "-A FORWARD -m state --state ESTABLISHED,RELATED -j ACCEPT"},
+    {&fw.dos,  "-A FORWARD ! -i {lan} -m state --state NEW -j SECURITY"},
+    // What a port forward or a port trigger has let in.
+    {ALWAYS,   "-A FORWARD -m conntrack --ctstate DNAT -j {accept}"},
+    {&fw.url_filter, nullptr, url_filters},
+    {ALWAYS,   "-A FORWARD -o {lan} -j DROP"},
+
+    {ALWAYS, nullptr, router_access},
+
+    {ALWAYS, "-A logaccept -m state --state NEW -j LOG --log-prefix \"ACCEPT \" --log-tcp-sequence --log-tcp-options --log-ip-options"},
+    {ALWAYS, "-A logaccept -j ACCEPT"},
+    {ALWAYS, "-A logdrop -m state --state NEW -j LOG --log-prefix \"DROP \" --log-tcp-sequence --log-tcp-options --log-ip-options"},
+    {ALWAYS, "-A logdrop -j DROP"},
+    {ALWAYS, "COMMIT"},
+};
+// clang-format on
+
+int filter_setting_morvi(const char *lan_if, const char *lan_ip, const char *wan_if,
+                         const char *accept_target, const char *drop_target)
+{
+    static constexpr char path[] = "/tmp/filter_rules";
+    const rule_values values = {lan_if, lan_ip, "", wan_if, accept_target, drop_target};
+    if (write_rule_file(path, filter_rows, values) != 0)
+        return -1;
+    load_rule_file(path);
+    return 0;
+}

@@ -1,0 +1,26 @@
+#include "firewall/tables.h"
+
+#include "firewall/rule_table.h"
+#include "firewall/switches.h"
+
+constexpr rule_row mangle_rows[] = {
+    {ALWAYS, "*mangle"},
+    {ALWAYS, ":PREROUTING ACCEPT [0:0]"},
+    {ALWAYS, ":POSTROUTING ACCEPT [0:0]"},
+    {ALWAYS, ":OUTPUT ACCEPT [0:0]"},
+    {ALWAYS, ":INPUT ACCEPT [0:0]"},
+    {ALWAYS, ":FORWARD ACCEPT [0:0]"},
+
+    // Multicast often comes with a TTL of 1, which the hop through the router would use up.
+    {&fw.igmp, "-A PREROUTING -d 224.0.0.0/240.0.0.0 -p udp -j TTL --ttl-inc 1"},
+    {&fw.igmp, "-A PREROUTING -s 224.0.0.0/240.0.0.0 -p udp -j TTL --ttl-inc 1"},
+    {ALWAYS, "COMMIT"},
+};
+
+int mangle_setting_morvi(const char *, const char *, const char *, const char *)
+{
+    static constexpr char path[] = "/tmp/mangle_rules";
+    if (write_rule_file(path, mangle_rows, {"", "", "", "", "", ""}) != 0)
+        return 0;
+    return load_rule_file(path);
+}

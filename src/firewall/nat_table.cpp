@@ -1,0 +1,55 @@
+#include "firewall/tables.h"
+
+#include "firewall/rule_sources.h"
+#include "firewall/rule_table.h"
+#include "firewall/switches.h"
+#include "util/ip_query.h"
+
+static void vservers(FILE *file, const rule_values &)
+{
+    get_vservers_rules(file);
+}
+
+static void masquerading(FILE *file, const rule_values &)
+{
+    get_masquerading(file);
+}
+
+static void port_triggers(FILE *file, const rule_values &values)
+{
+    porttrigger_setting_morvi(file, values.lan_if);
+}
+
+// clang-format off
+constexpr rule_row nat_rows[] = {
+    {ALWAYS, "*nat"},
+    {ALWAYS, ":PREROUTING ACCEPT [0:0]"},
+    {ALWAYS, ":POSTROUTING ACCEPT [0:0]"},
+    {ALWAYS, ":OUTPUT ACCEPT [0:0]"},
+    {ALWAYS, ":MINIUPNPD - [0:0]"},
+    {ALWAYS, ":VSERVER - [0:0]"},
+
+    {&fw.upnp, "-A PREROUTING -i {wan} -j MINIUPNPD"},
+    {&fw.upnp, "-A MINIUPNPD -j RETURN"},
+
+    {&fw.vservers, nullptr, vservers},
+
+    // A LAN host that reaches another one by the router's public address: the answer must come back
+    // through the router, or its sender would not be the one that was asked.
+    {&fw.nat, "-A POSTROUTING -o {lan} -s {lan_network} -d {lan_network} -j SNAT --to-source {lan_ip}"},
+    {&fw.nat, nullptr, masquerading},
+
+    {ALWAYS, nullptr, port_triggers},
+    {ALWAYS, "COMMIT"},
+};
+// clang-format on
+
+void nat_setting_morvi(const char *lan_if, const char *lan_ip, const char *lan_netmask,
+                       const char *wan_if)
+{
+    static constexpr char path[] = "/tmp/nat_rules";
+    char network[NETWORK_TEXT_MAX];
+    ip2class(lan_ip, lan_netmask, network);
+    if (write_rule_file(path, nat_rows, {lan_if, lan_ip, network, wan_if, "", ""}) == 0)
+        load_rule_file(path);
+}

@@ -1,0 +1,71 @@
+#include "firewall/rule_table.h"
+
+#include "util/shell.h"
+
+#include <string.h>
+
+struct placeholder {
+    const char *text;
+    const char *rule_values::*value;
+};
+
+constexpr placeholder placeholders[] = {
+    {"{lan}", &rule_values::lan_if},
+    {"{lan_ip}", &rule_values::lan_ip},
+    {"{lan_network}", &rule_values::lan_network},
+    {"{wan}", &rule_values::wan_if},
+    {"{accept}", &rule_values::accept_target},
+    {"{drop}", &rule_values::drop_target},
+};
+
+// Write the placeholder that line begins with. Returns its length, or 0 when it is none.
+static size_t write_placeholder(FILE *file, const char *line, const rule_values &values)
+{
+    for (const placeholder &row : placeholders) {
+        size_t length = strlen(row.text);
+        if (strncmp(line, row.text, length) == 0) {
+            fputs(values.*row.value, file);
+            return length;
+        }
+    }
+    return 0;
+}
+
+static void write_line(FILE *file, const char *line, const rule_values &values)
+{
+    while (*line != '\0') {
+        size_t length = *line == '{' ? write_placeholder(file, line, values) : 0;
+        if (length == 0)
+            fputc(*line++, file);
+        line += length;
+    }
+    fputc('\n', file);
+}
+
+static bool is_on(const int *needed)
+{
+    return needed == ALWAYS || *needed != 0;
+}
+
+int write_rule_file(const char *path, const rule_row *rows, size_t count, const rule_values &values)
+{
+    FILE *file = fopen(path, "w");
+    if (file == nullptr)
+        return -1;
+    for (size_t i = 0; i < count; i++) {
+        const rule_row &row = rows[i];
+        if (!is_on(row.needed) || !is_on(row.also_needed))
+            continue;
+        if (row.line != nullptr)
+            write_line(file, row.line, values);
+        else
+            row.list(file, values);
+    }
+    fclose(file);
+    return 0;
+}
+
+int load_rule_file(const char *path)
+{
+    return shell_format("iptables-restore %s", path);
+}

@@ -1,0 +1,67 @@
+#include "util/clock.h"
+
+#include "util/log.h"
+#include "util/text.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+constexpr char TAG[] = "update_time";
+
+// The records of the two system calls, which are used as they are: a C library may leave the zone
+// unread, refuse to set it together with the time, or have a wider time than the call, and setting
+// the zone alone for the first time after boot moves the clock.
+struct kernel_time {
+    long seconds;
+    long microseconds;
+};
+
+struct kernel_zone {
+    int minutes_west;
+    int daylight;
+};
+
+static bool read_zone_name(char *name, int cap)
+{
+    FILE *file = fopen("/etc/TZ", "r");
+    if (file == nullptr)
+        return false;
+    bool is_read = fgets(name, cap, file) != nullptr;
+    fclose(file);
+    return is_read;
+}
+
+static void use_zone_of_device()
+{
+    char name[64];
+    if (!read_zone_name(name, sizeof(name))) {
+        logmessage(TAG, "nvram");
+        return;
+    }
+    logmessage(TAG, "/etc/TZ");
+    setenv("TZ", trim_r(name), 1);
+}
+
+void update_time()
+{
+    logmessage(TAG, "start");
+    use_zone_of_device();
+
+    tzset();
+    time_t now = time(nullptr);
+    tm utc = {};
+    tm local = {};
+    gmtime_r(&now, &utc);
+    localtime_r(&now, &local);
+
+    kernel_time clock = {};
+    kernel_zone zone = {};
+    syscall(SYS_gettimeofday, &clock, &zone);
+    logmessage(TAG, "gm.tm_hour = %d, local.tm_hour = %d", utc.tm_hour, local.tm_hour);
+    zone.minutes_west = (utc.tm_hour - local.tm_hour) * 60;
+    syscall(SYS_settimeofday, &clock, &zone);
+    logmessage(TAG, "done");
+}

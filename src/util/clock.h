@@ -1,0 +1,13 @@
+// The kernel's time zone.
+#pragma once
+
+// Tell the kernel how far the local time of /etc/TZ (one line, a POSIX time zone, at most 63
+// characters of it) lies west of UTC; it stamps files on FAT disks with that. Without the file the
+// zone is that of the environment. The clock is set to the time just read, in the same call: only
+// the zone changes.
+//
+// The offset is the difference of the two hours of the day, in minutes: parts of an hour do not
+// count, and while the two dates differ the offset is a day off. A kernel may refuse such a one (or
+// the call altogether), which is not reported.
+// Sets TZ of this process. Logs its steps (tag update_time).
+void update_time();

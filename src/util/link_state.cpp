@@ -1,0 +1,130 @@
+#include "util/link_state.h"
+
+#include "config/json_access.h"
+#include "util/lock.h"
+#include "util/log.h"
+
+constexpr char STORE_PATH[] = "/var/run/state_link";
+constexpr char LINKS_KEY[] = "state_links";
+constexpr size_t LINK_NAME_MAX = 64;
+
+static json_t *load_store()
+{
+    return json_load_file(STORE_PATH, 0, nullptr);
+}
+
+// Whether it could be written is not looked at: the next save starts from what it finds.
+static void write_store(json_t *root)
+{
+    json_dump_file(root, STORE_PATH, DOCUMENT_FLAGS);
+}
+
+static void put_link(json_t *links, json_t *entry)
+{
+    char name[LINK_NAME_MAX] = "";
+    get_string_from_json_by_name(entry, "name", name);
+    unsigned index = 0;
+    if (find_object_from_array_by_param(links, "name", name, &index) != nullptr)
+        json_array_remove(links, index);
+    json_array_append(links, entry);
+}
+
+static json_t *make_store(json_t *entry)
+{
+    json_t *links = json_array();
+    json_array_append(links, entry);
+    json_t *root = json_object();
+    json_object_set_new(root, LINKS_KEY, links);
+    return root;
+}
+
+static void update_store(const char *tag, json_t *entry)
+{
+    json_t *root = load_store();
+    if (root != nullptr) {
+        logmessage(tag, "get root - ok");
+        json_t *links = json_object_get(root, LINKS_KEY);
+        if (links != nullptr)
+            put_link(links, entry);
+    } else {
+        logmessage(tag, "get root - error");
+        root = make_store(entry);
+    }
+    write_store(root);
+    json_decref(root);
+}
+
+int save_link_state_ex(json_t *entry)
+{
+    static constexpr char tag[] = "mcfg-save_link_state_ex";
+    logmessage(tag, "start");
+    if (set_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES) == 1) {
+        update_store(tag, entry);
+        clear_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES);
+    }
+    logmessage(tag, "stop");
+    return 1;
+}
+
+json_t *get_link_state_ex(json_t *root, const char *param, const char *value)
+{
+    static constexpr char tag[] = "mcfg-get_link_state_ex";
+    logmessage(tag, "start");
+    json_t *links = json_object_get(root, LINKS_KEY);
+    json_t *link = nullptr;
+    if (links != nullptr) {
+        logmessage(tag, "state_links - ok");
+        unsigned index = 0;
+        link = find_object_from_array_by_param(links, param, value, &index);
+    }
+    logmessage(tag, "stop");
+    return link;
+}
+
+static void remove_at(const char *tag, json_t *links, unsigned index)
+{
+    logmessage(tag, "index for remove = %d", static_cast<int>(index));
+    if (json_array_remove(links, index) == 0)
+        logmessage(tag, "Success! Remove item by index %d", static_cast<int>(index));
+    else
+        logmessage(tag, "Error! Don't remove item by index %d", static_cast<int>(index));
+}
+
+void remove_link_state_ex(json_t *root, const char *param, const char *value)
+{
+    static constexpr char tag[] = "mcfg-remove_link_state_ex";
+    logmessage(tag, "start - param =%s, value = %s", param, value);
+    json_t *links = json_object_get(root, LINKS_KEY);
+    if (links != nullptr) {
+        logmessage(tag, "state_links - ok");
+        unsigned index = 0;
+        if (find_object_from_array_by_param(links, param, value, &index) != nullptr)
+            remove_at(tag, links, index);
+    }
+    logmessage(tag, "stop");
+}
+
+static void forget_link(const char *tag, json_t *root, const char *iface, undo_link undo)
+{
+    const json_t *record = get_link_state_ex(root, "iface", iface);
+    if (record == nullptr) {
+        logmessage(tag, " Not get link on iface %s", iface);
+        return;
+    }
+    logmessage(tag, "Get link on iface %s", iface);
+    undo(iface, record);
+    remove_link_state_ex(root, "iface", iface);
+    const json_t *links = json_object_get(root, LINKS_KEY);
+    if (links != nullptr)
+        logmessage(tag, " size of array =  %d", static_cast<int>(json_array_size(links)));
+    write_store(root);
+}
+
+void forget_link_state(const char *tag, const char *iface, undo_link undo)
+{
+    json_t *root = load_store();
+    if (root == nullptr)
+        return;
+    forget_link(tag, root, iface, undo);
+    json_decref(root);
+}

@@ -1,0 +1,12 @@
+// Files that the program generates for others, written from their beginning.
+#pragma once
+
+#include <stdio.h>
+
+// Create path, or empty it, for writing. A failure is reported on standard error with the path as
+// prefix and gives null.
+FILE *create_output(const char *path);
+
+// Close file. When not all of what was written could be stored, that is reported on standard error
+// with path as prefix.
+void close_output(FILE *file, const char *path);

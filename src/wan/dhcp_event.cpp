@@ -1,0 +1,208 @@
+#include "wan/dhcp_event.h"
+
+#include "lan/interface.h"
+#include "util/log.h"
+#include "util/shell.h"
+#include "util/text.h"
+#include "wan/event_env.h"
+#include "wan/lease_routes.h"
+#include "wan/leds.h"
+#include "wan/link_kind.h"
+#include "wan/wan_link.h"
+
+#include <errno.h>
+#include <jansson.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <time.h>
+
+char udhcpstate[8];
+
+// What is kept of a lease for the interface and the commands. An unset variable is an empty text.
+constexpr size_t LEASE_TEXT_MAX = 64;
+
+struct dhcp_lease {
+    char iface[LEASE_TEXT_MAX];
+    char ipaddr[LEASE_TEXT_MAX];
+    char netmask[LEASE_TEXT_MAX];
+    char gateway[LEASE_TEXT_MAX];
+    char dns1[LEASE_TEXT_MAX];
+    char dns2[LEASE_TEXT_MAX];
+};
+
+static void take_iface(dhcp_lease *lease, json_t *link)
+{
+    take_variable(DHCP_TAG, "interface", "iface", lease->iface, link);
+}
+
+static void take_server(const char *key, const char *server, char (&kept)[LEASE_TEXT_MAX],
+                        json_t *link)
+{
+    if (server != nullptr) {
+        logmessage(DHCP_TAG, "%s = %s", key, server);
+        text_set(kept, server);
+    }
+    if (link != nullptr)
+        json_object_set_new(link, key, text_or_null(server));
+}
+
+// Servers come in pairs and each pair takes the place of the one before. Where the last pair has
+// one server only, the link loses its second one but the resolver keeps that of the pair before.
+static void split_dns(const char *dns, dhcp_lease *lease, json_t *link)
+{
+    char *copy = strdup(dns);
+    if (copy == nullptr)
+        return;
+    trim_r(copy);
+    char *rest = nullptr;
+    for (const char *first = strtok_r(copy, " ", &rest); first != nullptr;
+         first = strtok_r(nullptr, " ", &rest)) {
+        take_server("dns1", first, lease->dns1, link);
+        take_server("dns2", strtok_r(nullptr, " ", &rest), lease->dns2, link);
+    }
+    free(copy);
+}
+
+static void take_dns(dhcp_lease *lease, json_t *link)
+{
+    const char *dns = getenv("dns");
+    if (dns == nullptr)
+        return;
+    logmessage(DHCP_TAG, "dns = %s", dns);
+    split_dns(dns, lease, link);
+}
+
+// Register ("add") or remove the lease's DNS servers. The resolver knows the wired WAN and WiMAX.
+static void change_resolver(const char *operation, const dhcp_lease *lease)
+{
+    const link_kind *kind = get_link_kind(lease->iface);
+    if (kind->iface[0] == '\0')
+        return;
+    char dns1[SHELL_LINE_MAX];
+    char dns2[SHELL_LINE_MAX];
+    shell_format("/etc/init.d/scripts/resolv %s %s %s %s %s", operation, kind->iface, kind->name,
+                 shell_quote(dns1, lease->dns1), shell_quote(dns2, lease->dns2));
+}
+
+static void restart_resolver()
+{
+    shell("/etc/init.d/scripts/resolv start");
+}
+
+static void set_link_kind(json_t *link, const char *iface)
+{
+    const link_kind *kind = get_link_kind(iface);
+    json_object_set_new(link, "name", json_string(kind->name));
+    json_object_set_new(link, "type", json_string("dhcp"));
+    json_object_set_new(link, "proto", json_string(kind->proto));
+    json_object_set_new(link, "metric", json_integer(kind->dhcp_metric));
+}
+
+static void take_lease(dhcp_lease *lease, json_t *link)
+{
+    take_iface(lease, link);
+    set_link_kind(link, lease->iface);
+    take_variable(DHCP_TAG, "ip", "ipaddr", lease->ipaddr, link);
+    take_variable(DHCP_TAG, "subnet", "netmask", lease->netmask, link);
+    take_variable(DHCP_TAG, "router", "gateway", lease->gateway, link);
+    take_dns(lease, link);
+}
+
+// Returns false when the routes are such that the link is not to be used.
+static bool add_lease_routes(const char *iface)
+{
+    const char *routes = getenv("routes");
+    if (routes != nullptr)
+        add_host_routes(iface, routes);
+    const char *staticroutes = getenv("staticroutes");
+    if (staticroutes != nullptr) {
+        logmessage(DHCP_TAG, "staticroutes = %s", staticroutes);
+        add_static_routes(iface, staticroutes);
+    }
+    const char *msroutes = getenv("msroutes");
+    if (msroutes == nullptr)
+        return true;
+    logmessage(DHCP_TAG, "msroutes = %s", msroutes);
+    return add_classless_routes(iface, msroutes);
+}
+
+static int udhcpc_bound()
+{
+    json_t *link = json_object();
+    dhcp_lease lease = {};
+    logmessage(DHCP_TAG, "bound");
+    shell("export -p > /tmp/udhcpc-env");
+    take_lease(&lease, link);
+    change_resolver("add", &lease);
+    ifconfig(lease.iface, IFACE_UP, lease.ipaddr, lease.netmask);
+    if (add_lease_routes(lease.iface)) {
+        wan_up(lease.iface, link);
+        restart_resolver();
+    }
+    logmessage(DHCP_TAG, "done\n");
+    json_decref(link);
+    return 0;
+}
+
+static void write_expiry(const char *iface)
+{
+    char path[100];
+    text_format(path, sizeof(path), "/tmp/udhcpc.%s.expires", iface);
+    FILE *file = fopen(path, "w");
+    if (file == nullptr) {
+        perror(path);
+        return;
+    }
+    fprintf(file, "%lld", static_cast<long long>(time(nullptr)));
+    fclose(file);
+}
+
+int udhcpc_deconfig()
+{
+    dhcp_lease lease = {};
+    logmessage(DHCP_TAG, "deconfig");
+    shell("export -p > /tmp/udhcpc-env-deconfig");
+    take_iface(&lease, nullptr);
+    take_dns(&lease, nullptr);
+    change_resolver("remove", &lease);
+    ifconfig(lease.iface, IFACE_UP, "0.0.0.0", nullptr);
+    write_expiry(lease.iface);
+    restart_resolver();
+    leds_dialling();
+    wan_down(lease.iface);
+    return 0;
+}
+
+static int udhcpc_renew()
+{
+    logmessage(DHCP_TAG, "renew done\n");
+    return 0;
+}
+
+static int udhcpc_leasefail()
+{
+    return 0;
+}
+
+struct dhcp_event {
+    const char *part; // what the event's name contains
+    int (*handle)();
+};
+
+// Tried in this order, the first that matches is the one; the last matches every name.
+constexpr dhcp_event events[] = {
+    {"deconfig", udhcpc_deconfig},   {"bound", udhcpc_bound}, {"renew", udhcpc_renew},
+    {"leasefail", udhcpc_leasefail}, {"", udhcpc_deconfig},
+};
+
+int udhcpc_main(int argc, char **argv)
+{
+    if (argc < 2)
+        return EINVAL;
+    text_set(udhcpstate, argv[1]);
+    const dhcp_event *event = events;
+    while (strstr(argv[1], event->part) == nullptr)
+        event++;
+    return event->handle();
+}

@@ -1,0 +1,21 @@
+// One PPP tunnel handed to the daemon that dials it.
+#pragma once
+
+#include "config/params.h"
+
+#include <jansson.h>
+
+// Write the tunnel's peer file /etc/ppp/peers/NAME (a new one is readable by its owner only: it
+// holds the password) and run the daemon: "pppd call NAME", or for type "l2tp" xl2tpd, after
+// rewriting /etc/xl2tpd.conf, which has room for one tunnel only. Both daemons put themselves in
+// the background, which is waited for. Texts are written as they are: blanks, quotes, "#" and
+// backslashes of a login or password mean to pppd what they mean in its option files.
+//
+// From the lines written here pppd derives what others rely on: the link name TYPE-NAME, the pid
+// file /var/run/ppp-TYPE-NAME.pid, and TYPE/NAME as argument 6 of ip-up and ip-down.
+//
+// tunnel is the entry that params were filled from; nothing of it is used beyond them.
+// Returns the daemon's exit status (_eval), or -1 when a file cannot be opened, which is reported
+// on standard error with the peer file's path as prefix, whichever of the two it was. Announces
+// itself on standard error; logs nothing.
+int start_pppd(const ppp_params *params, const json_t *tunnel);

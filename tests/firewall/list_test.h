@@ -1,0 +1,79 @@
+// What the tests of the list readers share: a reader run on a list, and what it wrote.
+#pragma once
+
+#include "firewall/switches.h"
+#include "support/unit_test.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string>
+
+namespace firewall_test
+{
+
+constexpr char SCHEDULES[] = "/etc/default/sched_list";
+
+using reader = int (*)(FILE *file);
+
+struct written {
+    reader read;
+    int result;
+    std::string rules;
+    std::string messages; // on standard error
+};
+
+inline void write_into(void *context)
+{
+    written *all = static_cast<written *>(context);
+    char *text = nullptr;
+    size_t length = 0;
+    FILE *file = open_memstream(&text, &length);
+    all->result = all->read(file);
+    fclose(file);
+    all->rules.assign(text, length);
+    free(text);
+}
+
+inline written write_rules(reader read)
+{
+    written all = {read, 1, "", ""};
+    all.messages = support::private_world::captured(2, write_into, &all);
+    return all;
+}
+
+struct list_case {
+    const char *name;
+    std::string list;
+    std::string rules;
+};
+
+inline std::string name_of(const ::testing::TestParamInfo<list_case> &row)
+{
+    return row.param.name;
+}
+
+class list_test : public support::unit_test, public ::testing::WithParamInterface<list_case>
+{
+  protected:
+    void SetUp() override
+    {
+        unit_test::SetUp();
+        fw = {};
+        world.write(SCHEDULES, "mon 1 - 0100000 08001730 -\n"
+                               "tue 1 - 0010000 09001000 -\n"
+                               "week 1 - 1111111 00002359 -\n"
+                               "ends 1 - 0100000 08001730\n"
+                               "off 0 - 0100000 08001730 -\n");
+    }
+
+    void expect_rules(const char *path, reader read)
+    {
+        world.write(path, GetParam().list);
+        written seen = write_rules(read);
+        EXPECT_EQ(seen.result, 0);
+        EXPECT_EQ(seen.rules, GetParam().rules);
+        EXPECT_EQ(seen.messages, "");
+    }
+};
+
+} // namespace firewall_test

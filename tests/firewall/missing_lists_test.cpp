@@ -1,0 +1,82 @@
+#include "firewall/rule_sources.h"
+
+#include "firewall/list_test.h"
+
+namespace
+{
+
+using namespace firewall_test;
+
+constexpr char RULES[] = "/etc/default/rules";
+constexpr char MACS[] = "/etc/default/macfilter_list";
+constexpr char URLS[] = "/etc/default/url_filter";
+constexpr char ACCESS[] = "/etc/default/httpd_access.conf";
+constexpr char VSERVERS[] = "/etc/default/vservers";
+constexpr char MASQ[] = "/etc/default/masq";
+constexpr char TRIGGERS[] = "/etc/default/trigger_ports";
+
+int user_rules(FILE *file)
+{
+    return get_user_rules(file, "ACC", "DRP");
+}
+
+int mac_filters(FILE *file)
+{
+    return get_mac_filters(file, "br0", "ACC", "DRP");
+}
+
+int url_filters(FILE *file)
+{
+    return get_url_filters(file, "ACC", "DRP");
+}
+
+int port_triggers(FILE *file)
+{
+    return porttrigger_setting_morvi(file, "br0");
+}
+
+struct missing_case {
+    const char *name;
+    reader read;
+    const char *path;
+    const char *trace;
+};
+
+class missing_list : public support::unit_test, public ::testing::WithParamInterface<missing_case>
+{
+};
+
+TEST_P(missing_list, is_reported_and_gives_no_rules)
+{
+    fw = {};
+    fw.mac_mode = MAC_DENY;
+    written seen = write_rules(GetParam().read);
+    EXPECT_EQ(seen.result, -1);
+    EXPECT_EQ(seen.rules, "");
+    EXPECT_EQ(seen.messages, std::string(GetParam().path) + ": No such file or directory\n");
+    EXPECT_EQ(world.trace(), GetParam().trace);
+}
+
+TEST_P(missing_list, that_is_a_directory_has_no_entries)
+{
+    fw = {};
+    fw.mac_mode = MAC_DENY;
+    world.mkdir(GetParam().path);
+    written seen = write_rules(GetParam().read);
+    EXPECT_EQ(seen.result, 0);
+    EXPECT_EQ(seen.messages, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    lists, missing_list,
+    ::testing::Values(
+        missing_case{"rules", user_rules, RULES, ""},
+        missing_case{"macs", mac_filters, MACS, "log get_mac_filters: start\n"},
+        missing_case{"urls", url_filters, URLS, "log get_url_filters: start\n"},
+        missing_case{"access", get_haccess_rules, ACCESS, "log get_haccess_filters: start\n"},
+        missing_case{"vservers", get_vservers_rules, VSERVERS, "log get_vservers_filters: start\n"},
+        missing_case{"masq", get_masquerading, MASQ, "log get_masquerading: start\n"},
+        missing_case{"triggers", port_triggers, TRIGGERS, ""}),
+    [](const auto &row) { return row.param.name; });
+
+} // namespace

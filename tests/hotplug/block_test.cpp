@@ -1,0 +1,126 @@
+#include "hotplug/block.h"
+
+#include "support/expect.h"
+#include "support/private_world.h"
+
+#include <gtest/gtest.h>
+
+#include <stdlib.h>
+
+using support::private_world;
+
+namespace
+{
+
+class HotplugBlock : public testing::Test
+{
+  protected:
+    HotplugBlock()
+    {
+        world.clear();
+        world.mkdir("/media");
+    }
+    ~HotplugBlock() override
+    {
+        for (const char *name : {"ACTION", "MINOR", "PHYSDEVDRIVER", "MAJOR"})
+            unsetenv(name);
+    }
+
+    static int handle(const char *action, const std::string &driver, const char *major,
+                      const char *minor)
+    {
+        setenv("ACTION", action, 1);
+        setenv("PHYSDEVDRIVER", driver.c_str(), 1);
+        setenv("MAJOR", major, 1);
+        setenv("MINOR", minor, 1);
+        return hotplug_block();
+    }
+
+    private_world &world = private_world::here();
+};
+
+struct partition_row {
+    const char *driver;
+    const char *minor;
+    const char *shown; // the partition as it stands in the log and, quoted, in the command
+    const char *quoted;
+};
+
+const partition_row partition_rows[] = {
+    {"sd", "0", "sda0", "/media/sda0"}, // the whole disk has a number as well
+    {"sd", "1", "sda1", "/media/sda1"},
+    {"sd", "15", "sda15", "/media/sda15"},
+    {"sd", "16", "sdb0", "/media/sdb0"},
+    {"sd", "17", "sdb1", "/media/sdb1"},
+    {"sd", "63", "sdd15", "/media/sdd15"},
+    {"sd", "65", "sde1", "/media/sde1"}, // never added, but taken away all the same
+    {"sd", "", "sda0", "/media/sda0"},   // no digits count as 0
+    {"sd", "one", "sda0", "/media/sda0"},
+    {"sd", " +17x", "sdb1", "/media/sdb1"},
+    {"sd", "-1", "sda-1", "/media/sda-1"},
+    {"sd", "-17", "sd`-1", "'/media/sd`-1'"},
+    {"sd", "-1072", "sd\\x1e0", "'/media/sd\\x1e0'"}, // letters are counted on past the alphabet
+    {"sd", "2147483647", "sd`15", "'/media/sd`15'"},
+    {"sd", "99999999999999999999", "sd`15", "'/media/sd`15'"},
+    {"sd", "-99999999999999999999", "sda0", "/media/sda0"},
+    {"sdmmc", "1", "sdmmca1", "/media/sdmmca1"}, // "sd" need only begin the name
+    {"sd;reboot;", "1", "sd;reboot;a1", "'/media/sd;reboot;a1'"},
+    {"sd'$(reboot)'", "1", "sd'$(reboot)'a1", "'/media/sd'\\\\''$(reboot)'\\\\''a1'"},
+};
+
+TEST_F(HotplugBlock, NamesPartitionsAfterDriverDiskAndNumber)
+{
+    for (const partition_row &row : partition_rows) {
+        SCOPED_TRACE(std::string(row.driver) + " " + row.minor);
+        world.clear_trace();
+        EXPECT_EQ(handle("remove", row.driver, "8", row.minor), 0);
+        EXPECT_TRACE(std::string("log hotplug: env remove ") + row.driver +
+                         "!\\n\nlog hotplug: removing disk /media/" + row.shown +
+                         "...\\n\nshell umount " + row.quoted + "\n",
+                     world.trace_of({"log", "shell"}));
+    }
+}
+
+TEST_F(HotplugBlock, TakesTheFirstFourDisksOnly)
+{
+    struct {
+        const char *minor;
+        bool is_taken;
+    } const rows[] = {
+        {"0", true},     {"31", true},          {"47", true},           {"63", true},
+        {"64", false},   {"65", false},         {"4095", false},        {"4096", false},
+        {"4097", false}, {"-15", true},         {"-16", false},         {"-4096", false},
+        {"2544", false}, {"2147483647", false}, {"-2147483648", false},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.minor);
+        world.clear_trace();
+        EXPECT_EQ(handle("add", "sd", "8", row.minor), 0);
+        EXPECT_EQ(world.trace_of({"shell"}) != "", row.is_taken);
+        EXPECT_EQ(world.trace().find("bad dev!") == std::string::npos, row.is_taken);
+        EXPECT_FALSE(world.exists("/tmp/hotplug_lock"));
+    }
+}
+
+// The name is cut to what the kernel can call a disk; nothing is overrun.
+TEST_F(HotplugBlock, DriverNameThatIsTooLongIsCut)
+{
+    std::string driver = "sd" + std::string(4000, 'x');
+    EXPECT_EQ(handle("remove", driver, "8", "1"), 0);
+    EXPECT_TRACE("shell umount /media/" + driver.substr(0, 31) + "\n", world.trace_of({"shell"}));
+
+    // The longest command that there can be.
+    world.clear_trace();
+    EXPECT_EQ(handle("remove", "sd" + std::string(4000, '\''), "8", "1"), 0);
+    std::string quotes;
+    for (int i = 0; i < 29; i++)
+        quotes += "'\\\\''";
+    EXPECT_TRACE("shell umount '/media/sd" + quotes + "'\n", world.trace_of({"shell"}));
+    world.clear_trace();
+    EXPECT_EQ(handle("add", "sd" + std::string(4000, ';'), "8", "1"), 0);
+    EXPECT_TRACE("shell mount '/dev/sd" + std::string(29, ';') + "' '/media/sd" +
+                     std::string(29, ';') + "'\n",
+                 world.trace_of({"shell"}));
+}
+
+} // namespace

@@ -1,0 +1,252 @@
+#include "hotplug/hotplug_lock.h"
+
+#include "hotplug/lock_holder.h"
+#include "support/expect.h"
+#include "support/private_world.h"
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/time.h>
+
+using support::lock_holder;
+using support::private_world;
+
+namespace
+{
+
+const std::string LOCK_FILE = "/tmp/hotplug_lock";
+
+class HotplugLock : public testing::Test
+{
+  protected:
+    HotplugLock() { world.clear(); }
+
+    private_world &world = private_world::here();
+};
+
+TEST_F(HotplugLock, FileIsMadeForEveryone)
+{
+    mode_t umask_before = umask(0);
+    int fd = open_hotplug_lock();
+    umask(umask_before);
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(world.mode(LOCK_FILE), 0666u);
+    EXPECT_EQ(world.read(LOCK_FILE), "");
+    EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_RDWR);
+    EXPECT_TRACE("", world.trace());
+    close(fd);
+}
+
+TEST_F(HotplugLock, FileThatIsThereIsLeftAsItIs)
+{
+    world.write(LOCK_FILE, "left by a script", 0600);
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(world.read(LOCK_FILE), "left by a script");
+    EXPECT_EQ(world.mode(LOCK_FILE), 0600u);
+    close(fd);
+}
+
+TEST_F(HotplugLock, FileThatCannotBeOpenedIsLogged)
+{
+    world.mkdir(LOCK_FILE);
+    EXPECT_EQ(open_hotplug_lock(), -1);
+    EXPECT_TRACE(R"(
+        log hotplug: Failed opening lock file LOCK_FILE: Is a directory\n
+    )",
+                 world.trace());
+}
+
+TEST_F(HotplugLock, IsHeldWhileAnotherProcessHoldsAnyLock)
+{
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    EXPECT_FALSE(is_hotplug_lock_held(fd));
+    for (int type : {F_RDLCK, F_WRLCK}) {
+        lock_holder holder(LOCK_FILE, type);
+        EXPECT_TRUE(is_hotplug_lock_held(fd)) << type;
+        holder.release();
+        EXPECT_FALSE(is_hotplug_lock_held(fd)) << type;
+    }
+    EXPECT_TRACE("", world.trace());
+    close(fd);
+}
+
+TEST_F(HotplugLock, OwnLockIsNotHeldByAnother)
+{
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    EXPECT_EQ(take_hotplug_lock(fd), 0);
+    EXPECT_FALSE(is_hotplug_lock_held(fd));
+    close(fd);
+}
+
+TEST_F(HotplugLock, QueryThatTheKernelRefusesCountsAsNotHeld)
+{
+    EXPECT_FALSE(is_hotplug_lock_held(-1));
+    EXPECT_TRACE("", world.trace());
+}
+
+TEST_F(HotplugLock, CoversTheWholeFileHoweverLongItIs)
+{
+    world.write(LOCK_FILE, std::string(100000, 'x'));
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    lseek(fd, 500, SEEK_SET); // the lock counts from the start, wherever the file stands
+    ASSERT_EQ(take_hotplug_lock(fd), 0);
+    pid_t pid = fork();
+    if (pid == 0) { // asks about each end, as another process
+        int status = 0;
+        for (off_t at : {off_t{0}, off_t{99999}, off_t{200000}}) {
+            struct flock query = {};
+            query.l_type = F_RDLCK;
+            query.l_whence = SEEK_SET;
+            query.l_start = at;
+            query.l_len = 1;
+            int other = open(LOCK_FILE.c_str(), O_RDWR);
+            if (fcntl(other, F_GETLK, &query) != 0 || query.l_type != F_WRLCK)
+                status = 1;
+        }
+        _exit(status);
+    }
+    int status = -1;
+    waitpid(pid, &status, 0);
+    EXPECT_EQ(status, 0);
+    close(fd);
+}
+
+lock_holder *holder_to_release = nullptr;
+volatile sig_atomic_t alarms = 0;
+
+void note_alarm(int)
+{
+    alarms = alarms + 1;
+    if (holder_to_release != nullptr)
+        holder_to_release->tell_to_release();
+}
+
+// A timer whose signal interrupts calls that wait, without ending the process.
+class interruptions
+{
+  public:
+    // The first after 20 ms, further ones every repeat_ms (0: just one).
+    explicit interruptions(int repeat_ms)
+    {
+        alarms = 0;
+        struct sigaction action = {};
+        action.sa_handler = note_alarm; // and no SA_RESTART
+        sigaction(SIGALRM, &action, &before);
+        itimerval timer = {};
+        timer.it_value.tv_usec = 20000;
+        timer.it_interval.tv_usec = repeat_ms * 1000;
+        setitimer(ITIMER_REAL, &timer, nullptr);
+    }
+    ~interruptions()
+    {
+        itimerval off = {};
+        setitimer(ITIMER_REAL, &off, nullptr);
+        sigaction(SIGALRM, &before, nullptr);
+        holder_to_release = nullptr;
+    }
+
+  private:
+    struct sigaction before = {};
+};
+
+TEST_F(HotplugLock, IsWaitedForOnceMoreAfterAFailure)
+{
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    lock_holder holder(LOCK_FILE);
+    holder_to_release = &holder;
+    {
+        interruptions once(0);
+        EXPECT_EQ(take_hotplug_lock(fd), 0);
+    }
+    EXPECT_EQ(alarms, 1) << "the first request must have failed";
+    EXPECT_TRACE("", world.trace());
+    close(fd);
+}
+
+TEST_F(HotplugLock, FailsAfterTwoTries)
+{
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    lock_holder holder(LOCK_FILE);
+    {
+        interruptions every_20_ms(20);
+        EXPECT_EQ(take_hotplug_lock(fd), -1);
+    }
+    EXPECT_GE(alarms, 2);
+    EXPECT_TRACE(R"(
+        log hotplug: Failed locking LOCK_FILE: Interrupted system call\n
+    )",
+                 world.trace());
+    close(fd);
+}
+
+TEST_F(HotplugLock, FailsOnABadDescriptor)
+{
+    EXPECT_EQ(take_hotplug_lock(-1), -1);
+    EXPECT_TRACE(R"(
+        log hotplug: Failed locking LOCK_FILE: Bad file descriptor\n
+    )",
+                 world.trace());
+}
+
+TEST_F(HotplugLock, ReleaseLeavesTheFileOpenAndInPlace)
+{
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(take_hotplug_lock(fd), 0);
+    EXPECT_THROW(lock_holder{LOCK_FILE}, std::runtime_error);
+    EXPECT_EQ(release_hotplug_lock(fd), 0);
+    EXPECT_NO_THROW(lock_holder{LOCK_FILE});
+    EXPECT_GE(fcntl(fd, F_GETFD), 0);
+    EXPECT_TRUE(world.exists(LOCK_FILE));
+    EXPECT_TRACE(R"(
+        log hotplug: Unlock LOCK_FILE\n
+    )",
+                 world.trace());
+    close(fd);
+}
+
+TEST_F(HotplugLock, ReleaseThatFailsIsLogged)
+{
+    EXPECT_EQ(release_hotplug_lock(-1), -1);
+    EXPECT_TRACE(R"(
+        log hotplug: Failed unlocking LOCK_FILE: Bad file descriptor\n
+    )",
+                 world.trace());
+}
+
+TEST_F(HotplugLock, RemoveClosesAndDeletes)
+{
+    int fd = open_hotplug_lock();
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(take_hotplug_lock(fd), 0);
+    remove_hotplug_lock(fd);
+    EXPECT_EQ(fcntl(fd, F_GETFD), -1);
+    EXPECT_FALSE(world.exists(LOCK_FILE));
+    EXPECT_NO_THROW(lock_holder{LOCK_FILE});
+}
+
+// The file's deletion makes two locks out of one; the handlers live with that.
+TEST_F(HotplugLock, DeletedAndMadeAnewIsAnotherLock)
+{
+    int old_fd = open_hotplug_lock();
+    ASSERT_GE(old_fd, 0);
+    lock_holder holder(LOCK_FILE);
+    EXPECT_TRUE(is_hotplug_lock_held(old_fd));
+    world.remove(LOCK_FILE);
+    int new_fd = open_hotplug_lock();
+    ASSERT_GE(new_fd, 0);
+    EXPECT_FALSE(is_hotplug_lock_held(new_fd));
+    EXPECT_EQ(take_hotplug_lock(new_fd), 0);
+    EXPECT_TRUE(is_hotplug_lock_held(old_fd)) << "the old file's lock is held on";
+    close(new_fd);
+    close(old_fd);
+}
+
+} // namespace

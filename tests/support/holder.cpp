@@ -1,0 +1,242 @@
+#include "support/holder.h"
+
+#include "support/bystander.h"
+#include "support/message.h"
+#include "support/namespaces.h"
+#include "support/world_root.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <map>
+#include <poll.h>
+#include <set>
+#include <stdexcept>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace support
+{
+
+static std::set<pid_t> runs;
+
+static std::vector<char *> pointers(const message &texts, size_t begin, size_t end)
+{
+    std::vector<char *> result;
+    for (size_t i = begin; i < end; i++)
+        result.push_back(const_cast<char *>(texts[i].c_str()));
+    result.push_back(nullptr);
+    return result;
+}
+
+static void enter_root()
+{
+    if (chroot(root_place.c_str()) != 0 || chdir("/") != 0)
+        fail("chroot");
+}
+
+// The process that becomes the program: nothing of the test's is left to it.
+[[noreturn]] static void become_program(const message &request, int out, int err)
+{
+    size_t count = std::stoul(request[1]);
+    std::vector<char *> words = pointers(request, 2, 2 + count);
+    std::vector<char *> environment = pointers(request, 2 + count, request.size());
+    enter_root();
+    setsid();
+    umask(022);
+    for (int number = 1; number < NSIG; number++)
+        signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    dup2(open("/dev/null", O_RDONLY), 0);
+    dup2(out, 1);
+    dup2(err, 2);
+    close_range(3, ~0U, 0);
+    execve("/sbin/mcfg", words.data(), environment.data());
+    dprintf(2, "box: /sbin/mcfg: %s\n", strerror(errno));
+    _exit(127);
+}
+
+static message answer_run(const message &request, const std::vector<int> &descriptors)
+{
+    int out = descriptors.at(0);
+    int err = descriptors.at(1);
+    pid_t child = fork();
+    if (child < 0)
+        fail("fork");
+    if (child == 0) {
+        try {
+            become_program(request, out, err);
+        } catch (const std::exception &e) {
+            dprintf(err, "box: %s\n", e.what());
+            _exit(127);
+        }
+    }
+    runs.insert(child);
+    return {"ok", std::to_string(child)};
+}
+
+static message answer_bystander(const message &request, const std::vector<int> &)
+{
+    return {"ok", std::to_string(start_bystander(request.at(1) == "yes"))};
+}
+
+static message answer_running(const message &request, const std::vector<int> &)
+{
+    bool is_running = is_process_running(root_place + "/proc", std::stoi(request.at(1)));
+    return {"ok", is_running ? "yes" : "no"};
+}
+
+static message answer_end(const message &request, const std::vector<int> &)
+{
+    kill(std::stoi(request.at(1)), SIGKILL);
+    return {"ok"};
+}
+
+static message answer_bind(const message &request, const std::vector<int> &)
+{
+    bind_read_only(request.at(1), root_place, request.at(2));
+    return {"ok"};
+}
+
+static message answer_interface(const message &request, const std::vector<int> &)
+{
+    make_interface(request.at(1));
+    return {"ok"};
+}
+
+using answerer = message (*)(const message &, const std::vector<int> &);
+
+static const std::map<std::string, answerer> answerers = {
+    {"run", answer_run}, {"bystander", answer_bystander}, {"running", answer_running},
+    {"end", answer_end}, {"bind", answer_bind},           {"interface", answer_interface},
+};
+
+static void answer(int requests, const message &request, const std::vector<int> &descriptors)
+{
+    message result;
+    try {
+        result = answerers.at(request.at(0))(request, descriptors);
+    } catch (const std::exception &e) {
+        result = {"error", e.what()};
+    }
+    for (int descriptor : descriptors)
+        close(descriptor);
+    send_message(requests, result);
+}
+
+static void report_endings(int endings)
+{
+    int status;
+    for (pid_t child; (child = waitpid(-1, &status, WNOHANG)) > 0;)
+        if (runs.erase(child) != 0)
+            send_message(endings, {std::to_string(child), std::to_string(status)});
+}
+
+static void serve(int requests, int endings)
+{
+    sigset_t children;
+    sigemptyset(&children);
+    sigaddset(&children, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &children, nullptr);
+    int signals = signalfd(-1, &children, SFD_CLOEXEC | SFD_NONBLOCK);
+    for (;;) {
+        pollfd sources[] = {{requests, POLLIN, 0}, {signals, POLLIN, 0}};
+        if (poll(sources, 2, -1) < 0)
+            continue;
+        signalfd_siginfo information;
+        while (read(signals, &information, sizeof information) > 0)
+            ;
+        report_endings(endings);
+        message request;
+        std::vector<int> descriptors;
+        if (sources[0].revents == 0)
+            continue;
+        if (!receive_message(requests, request, &descriptors))
+            return;
+        answer(requests, request, descriptors);
+    }
+}
+
+static void greet(int requests, bool has_user_namespace)
+{
+    std::vector<int> descriptors = {
+        open(root_place.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC),
+        open("/proc/self/ns/net", O_RDONLY | O_CLOEXEC),
+    };
+    if (has_user_namespace)
+        descriptors.push_back(open("/proc/self/ns/user", O_RDONLY | O_CLOEXEC));
+    for (int descriptor : descriptors)
+        if (descriptor < 0)
+            fail("the world's descriptors");
+    send_message(requests, {"ok"}, descriptors);
+    for (int descriptor : descriptors)
+        close(descriptor);
+}
+
+// Closes what the test process had open besides the two sockets.
+static void close_others(int first, int second)
+{
+    int low = std::min(first, second);
+    int high = std::max(first, second);
+    if (low > 3)
+        close_range(3, unsigned(low) - 1, 0);
+    if (high > low + 1)
+        close_range(unsigned(low) + 1, unsigned(high) - 1, 0);
+    close_range(unsigned(high) + 1, ~0U, 0);
+}
+
+[[noreturn]] static void hold(int requests, int endings, const std::string &program,
+                              bool has_user_namespace)
+{
+    try {
+        die_with_parent(0);
+        mount_root(program);
+        greet(requests, has_user_namespace);
+        serve(requests, endings);
+    } catch (const std::exception &e) {
+        send_message(requests, {"error", e.what()});
+    }
+    _exit(0);
+}
+
+static std::string user_namespace()
+{
+    char name[64];
+    ssize_t length = readlink("/proc/self/ns/user", name, sizeof name);
+    return std::string(name, length > 0 ? size_t(length) : 0);
+}
+
+void hold_world(int requests, int endings, const std::string &program, pid_t parent)
+{
+    try {
+        die_with_parent(parent);
+        close_others(requests, endings);
+        std::string before = user_namespace();
+        leave_machine();
+        pid_t holder = fork();
+        if (holder < 0)
+            fail("fork");
+        if (holder == 0)
+            hold(requests, endings, program, user_namespace() != before);
+        close(requests);
+        close(endings);
+        while (waitpid(holder, nullptr, 0) < 0 && errno == EINTR)
+            ;
+    } catch (const std::exception &e) {
+        try {
+            send_message(requests, {"error", e.what()});
+        } catch (const std::exception &) {
+            // The box is gone already.
+        }
+    }
+    _exit(0);
+}
+
+} // namespace support

@@ -1,0 +1,154 @@
+#include "support/namespaces.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <linux/capability.h>
+#include <sched.h>
+#include <stdexcept>
+#include <sys/mman.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace support
+{
+
+void fail(const std::string &what)
+{
+    throw std::runtime_error(what + ": " + strerror(errno));
+}
+
+static void write_once(const char *path, const std::string &text)
+{
+    int file = open(path, O_WRONLY | O_CLOEXEC);
+    if (file < 0 || write(file, text.data(), text.size()) != ssize_t(text.size()))
+        fail(path);
+    close(file);
+}
+
+// Root inside is this user outside.
+static void map_user(uid_t user, gid_t group)
+{
+    write_once("/proc/self/setgroups", "deny");
+    write_once("/proc/self/uid_map", "0 " + std::to_string(user) + " 1\n");
+    write_once("/proc/self/gid_map", "0 " + std::to_string(group) + " 1\n");
+}
+
+// Gives up the rights that would still reach the machine from inside: its clock, its modules, its
+// power switch and its hardware. A program started later cannot have them back.
+static void drop_machine_rights()
+{
+    const unsigned rights = 1U << CAP_SYS_TIME | 1U << CAP_SYS_MODULE | 1U << CAP_SYS_BOOT |
+                            1U << CAP_SYS_RAWIO | 1U << CAP_MKNOD;
+    for (unsigned right = 0; right < 32; right++)
+        if ((rights >> right & 1) != 0 && prctl(PR_CAPBSET_DROP, right) != 0)
+            fail("PR_CAPBSET_DROP");
+    __user_cap_header_struct header = {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct data[_LINUX_CAPABILITY_U32S_3];
+    if (syscall(SYS_capget, &header, data) != 0)
+        fail("capget");
+    data[0].effective &= ~rights;
+    data[0].permitted &= ~rights;
+    data[0].inheritable &= ~rights;
+    if (syscall(SYS_capset, &header, data) != 0)
+        fail("capset");
+}
+
+void leave_machine()
+{
+    const int own = CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWPID;
+    const char *hint = "this machine does not let this user make private namespaces, "
+                       "which the tests cannot do without (as root, or as a user with "
+                       "unprivileged user namespaces allowed)";
+    uid_t user = geteuid();
+    gid_t group = getegid();
+    if (unshare(own) != 0) {
+        if (errno != EPERM || unshare(own | CLONE_NEWUSER) != 0)
+            fail(hint);
+        map_user(user, group);
+    }
+    if (sethostname("router", 6) != 0)
+        fail("sethostname");
+    fresh_network();
+    drop_machine_rights();
+}
+
+void die_with_parent(int parent)
+{
+    if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0)
+        fail("prctl");
+    if (getppid() != parent)
+        _exit(1); // it died before
+}
+
+int out_of_the_way(int descriptor)
+{
+    if (descriptor < 0)
+        return descriptor;
+    int high = fcntl(descriptor, F_DUPFD_CLOEXEC, 300);
+    if (high < 0)
+        return descriptor; // few descriptors allowed: better a low one than none
+    close(descriptor);
+    return high;
+}
+
+std::string whole_file(int descriptor)
+{
+    std::string text;
+    char block[8192];
+    ssize_t length;
+    while ((length = pread(descriptor, block, sizeof block, off_t(text.size()))) > 0)
+        text.append(block, size_t(length));
+    if (length < 0)
+        fail("read");
+    return text;
+}
+
+static void exec_program(const std::vector<std::string> &command, int out, int err)
+{
+    std::vector<char *> words;
+    for (const std::string &word : command)
+        words.push_back(const_cast<char *>(word.c_str()));
+    words.push_back(nullptr);
+    int null = open("/dev/null", O_RDONLY);
+    dup2(null, 0);
+    dup2(out, 1);
+    dup2(err, 2);
+    setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
+    execvp(words[0], words.data());
+    dprintf(2, "%s: %s\n", words[0], strerror(errno));
+}
+
+std::string run_program(const std::vector<std::string> &command, const std::function<void()> &enter)
+{
+    int out = memfd_create("out", MFD_CLOEXEC);
+    int err = memfd_create("err", MFD_CLOEXEC);
+    pid_t child = fork();
+    if (child < 0)
+        fail("fork");
+    if (child == 0) {
+        try {
+            enter();
+            exec_program(command, out, err);
+        } catch (const std::exception &e) {
+            dprintf(err, "%s\n", e.what());
+        }
+        _exit(127);
+    }
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
+        ;
+    std::string output = whole_file(out);
+    std::string errors = whole_file(err);
+    close(out);
+    close(err);
+    if (status != 0)
+        throw std::runtime_error(command.at(0) + " failed: " + errors);
+    return output;
+}
+
+} // namespace support

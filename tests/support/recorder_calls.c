@@ -1,0 +1,226 @@
+// Calls of the C library that reach outside of the router's files and network: they are noted in
+// the trace and, where the real thing would need a board or disturb the machine, played.
+#include "support/recorder_calls.h"
+
+#include <dlfcn.h>
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdarg.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/types.h>
+#include <unistd.h>
+
+enum recording box_recording = RECORDING_OFF;
+
+void find_real(const char *name, void *function)
+{
+    void *found = dlsym(RTLD_NEXT, name);
+    if (found == NULL) {
+        dprintf(2, "recorder: the C library has no %s\n", name);
+        _exit(125);
+    }
+    memcpy(function, &found, sizeof found);
+}
+
+bool answered_by_rule(const struct line *event, int *result)
+{
+    static const char *const answers[] = {"fail", "skip", NULL};
+    int saved = errno;
+    struct rule rule;
+    bool found = rule_for_event(answers, event->text, &rule);
+    errno = saved;
+    if (!found)
+        return false;
+    *result = strcmp(rule.kind, "fail") == 0 ? -1 : 0;
+    if (*result < 0)
+        errno = error_number(rule.argument[0]);
+    trace_outcome(event, *result, NULL);
+    return true;
+}
+
+void trace_outcome(const struct line *event, int result, const char *answer)
+{
+    int saved = errno;
+    struct line line = LINE_EMPTY;
+    line_print(&line, "%s%s", event->text, answer != NULL && result >= 0 ? answer : "");
+    if (result < 0)
+        trace_failure(line.text, saved);
+    else
+        trace_line(line.text);
+    line_free(&line);
+    errno = saved;
+}
+
+int system(const char *command)
+{
+    static int (*real)(const char *);
+    if (real == NULL)
+        find_real("system", &real);
+    if (box_recording == RECORDING_OFF || command == NULL)
+        return real(command);
+
+    int result;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "shell ");
+    line_text(&event, command);
+    if (!answered_by_rule(&event, &result)) {
+        trace_line(event.text);
+        hold_by_rule(event.text);
+        result = real(command);
+    }
+    line_free(&event);
+    return result;
+}
+
+unsigned sleep(unsigned seconds)
+{
+    static unsigned (*real)(unsigned);
+    if (real == NULL)
+        find_real("sleep", &real);
+    if (box_recording == RECORDING_OFF)
+        return real(seconds);
+
+    int result;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "sleep %u", seconds);
+    if (!answered_by_rule(&event, &result)) {
+        trace_line(event.text);
+        hold_by_rule(event.text);
+    }
+    line_free(&event);
+    return 0;
+}
+
+// A signal to a whole process group would reach the test that runs the routine.
+static bool would_hit_the_test(pid_t process)
+{
+    return box_recording == RECORDING_TEST && (process <= 0 || process == getpid());
+}
+
+int kill(pid_t process, int number)
+{
+    static int (*real)(pid_t, int);
+    if (real == NULL)
+        find_real("kill", &real);
+    if (box_recording == RECORDING_OFF)
+        return real(process, number);
+
+    int result = 0;
+    char digits[16];
+    struct line event = LINE_EMPTY;
+    line_print(&event, "kill %d %s", (int)process, signal_name(number, digits));
+    if (answered_by_rule(&event, &result)) {
+        // Answered and noted.
+    } else if (process <= 0 || process == getpid()) {
+        trace_line(event.text); // before the signal, which may leave no time after it
+        result = would_hit_the_test(process) ? 0 : real(process, number);
+    } else {
+        result = real(process, number);
+        trace_outcome(&event, result, NULL);
+    }
+    line_free(&event);
+    return result;
+}
+
+// A new process is no line of the trace, but a rule may refuse it: "fail EAGAIN fork".
+pid_t fork(void)
+{
+    static pid_t (*real)(void);
+    if (real == NULL)
+        find_real("fork", &real);
+
+    int result = 0;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "fork");
+    bool is_answered = box_recording != RECORDING_OFF && answered_by_rule(&event, &result);
+    line_free(&event);
+    return is_answered ? result : real();
+}
+
+static char node_type(mode_t mode)
+{
+    return S_ISBLK(mode) ? 'b' : S_ISCHR(mode) ? 'c' : S_ISFIFO(mode) ? 'p' : '-';
+}
+
+// Stands in for a device node, which not every machine lets a test make: an empty file with the
+// node's mode, made where and when the node could have been.
+static int make_stand_in(const char *path, mode_t mode)
+{
+    int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 07777);
+    return file < 0 ? -1 : close(file);
+}
+
+int mknod(const char *path, mode_t mode, dev_t device)
+{
+    if (box_recording == RECORDING_OFF)
+        return mknodat(AT_FDCWD, path, mode, device);
+
+    int result = 0;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "mknod ");
+    line_text(&event, path);
+    line_print(&event, " %c %04o %u:%u", node_type(mode), (unsigned)mode & 07777, major(device),
+               minor(device));
+    if (!answered_by_rule(&event, &result)) {
+        result = make_stand_in(path, mode);
+        trace_outcome(&event, result, NULL);
+    }
+    line_free(&event);
+    return result;
+}
+
+// What mknod() is to programs built against a C library of before 2.33.
+int __xmknod(int version, const char *path, mode_t mode, dev_t *device);
+int __xmknod(int version, const char *path, mode_t mode, dev_t *device)
+{
+    (void)version;
+    return mknod(path, mode, *device);
+}
+
+// Existence tests. They are noted only where a test asks for it: there are many, and few tests
+// care.
+static int trace_existence(const char *path, int real_result)
+{
+    static const char *const watches[] = {"watch", NULL};
+    static const char *const answers[] = {"fail", "skip", NULL};
+    int saved = errno;
+    int result = real_result;
+    struct rule rule;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "exists ");
+    line_text(&event, path);
+    if (rule_for_event(answers, event.text, &rule)) {
+        result = strcmp(rule.kind, "fail") == 0 ? -1 : 0;
+        saved = result < 0 ? error_number(rule.argument[0]) : saved;
+    }
+    if (rule_for_event(watches, NULL, &rule)) {
+        line_print(&event, " = %s", result == 0 ? "yes" : "no");
+        trace_line(event.text);
+    }
+    line_free(&event);
+    errno = saved;
+    return result;
+}
+
+int access(const char *path, int how)
+{
+    int result = faccessat(AT_FDCWD, path, how, 0);
+    return box_recording == RECORDING_OFF ? result : trace_existence(path, result);
+}
+
+int stat(const char *restrict path, struct stat *restrict status)
+{
+    int result = fstatat(AT_FDCWD, path, status, 0);
+    return box_recording == RECORDING_OFF ? result : trace_existence(path, result);
+}
+
+int lstat(const char *restrict path, struct stat *restrict status)
+{
+    int result = fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
+    return box_recording == RECORDING_OFF ? result : trace_existence(path, result);
+}

@@ -1,0 +1,150 @@
+// The clock: setting it is noted and never done, reading it is played where a "clock" rule says so.
+#include "support/recorder_calls.h"
+
+#include <errno.h>
+#include <stdarg.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <time.h>
+#include <unistd.h>
+
+// The record of the kernel's own time zone, which the C library's headers keep to themselves.
+struct zone {
+    int minutes_west;
+    int daylight;
+};
+
+// The kernel's record of a time of day: two machine words, whatever the C library makes of timeval.
+struct kernel_time {
+    long seconds;
+    long microseconds;
+};
+
+static bool clock_is_played(long *seconds, struct zone *zone)
+{
+    static const char *const clocks[] = {"clock", NULL};
+    int saved = errno;
+    struct rule rule;
+    bool played = box_recording != RECORDING_OFF && rule_for_event(clocks, NULL, &rule);
+    errno = saved;
+    if (!played)
+        return false;
+    *seconds = strtol(rule.argument[0], NULL, 0);
+    zone->minutes_west = (int)strtol(rule.argument[1], NULL, 0);
+    zone->daylight = (int)strtol(rule.argument[2], NULL, 0);
+    return true;
+}
+
+// Refuses as long as nothing is recorded: what links the recorder never sets the machine's clock.
+static int trace_set_clock(const struct kernel_time *time, const struct zone *zone)
+{
+    int result = 0;
+    if (box_recording == RECORDING_OFF) {
+        errno = EPERM;
+        return -1;
+    }
+    struct line event = LINE_EMPTY;
+    line_print(&event, "settimeofday");
+    if (time != NULL)
+        line_print(&event, " %ld", time->seconds);
+    else
+        line_print(&event, " -");
+    if (zone != NULL)
+        line_print(&event, " %d %d", zone->minutes_west, zone->daylight);
+    else
+        line_print(&event, " - -");
+    if (!answered_by_rule(&event, &result))
+        trace_line(event.text);
+    line_free(&event);
+    return result;
+}
+
+int settimeofday(const struct timeval *time, const struct timezone *zone)
+{
+    struct kernel_time plain = {0, 0};
+    if (time != NULL)
+        plain.seconds = (long)time->tv_sec;
+    return trace_set_clock(time != NULL ? &plain : NULL, (const struct zone *)zone);
+}
+
+// The C library leaves the zone record empty; so does this, or a test would see what no program on
+// this C library can see.
+int gettimeofday(struct timeval *restrict time, void *restrict zone)
+{
+    static int (*real)(struct timeval *restrict, void *restrict);
+    long seconds;
+    struct zone played;
+    if (real == NULL)
+        find_real("gettimeofday", &real);
+    if (!clock_is_played(&seconds, &played))
+        return real(time, zone);
+    time->tv_sec = seconds;
+    time->tv_usec = 0;
+    if (zone != NULL)
+        memset(zone, 0, sizeof(struct zone));
+    return 0;
+}
+
+time_t time(time_t *result)
+{
+    static time_t (*real)(time_t *);
+    long seconds;
+    struct zone zone;
+    if (real == NULL)
+        find_real("time", &real);
+    if (!clock_is_played(&seconds, &zone))
+        return real(result);
+    if (result != NULL)
+        *result = seconds;
+    return seconds;
+}
+
+int clock_gettime(clockid_t clock, struct timespec *result)
+{
+    static int (*real)(clockid_t, struct timespec *);
+    long seconds;
+    struct zone zone;
+    if (real == NULL)
+        find_real("clock_gettime", &real);
+    if (clock != CLOCK_REALTIME || !clock_is_played(&seconds, &zone))
+        return real(clock, result);
+    result->tv_sec = seconds;
+    result->tv_nsec = 0;
+    return 0;
+}
+
+static long play_get_clock(struct kernel_time *time, struct zone *zone)
+{
+    long seconds;
+    struct zone played;
+    if (!clock_is_played(&seconds, &played))
+        return -1;
+    if (time != NULL)
+        *time = (struct kernel_time){seconds, 0};
+    if (zone != NULL)
+        *zone = played;
+    return 0;
+}
+
+// System calls made without the C library's help: the two of the clock are as above, all others
+// pass.
+long syscall(long number, ...)
+{
+    static long (*real)(long, ...);
+    long words[7];
+    va_list arguments;
+    va_start(arguments, number);
+    for (int i = 0; i < 7; i++)
+        words[i] = va_arg(arguments, long);
+    va_end(arguments);
+    if (real == NULL)
+        find_real("syscall", &real);
+    if (number == SYS_settimeofday)
+        return trace_set_clock((const struct kernel_time *)words[0], (const struct zone *)words[1]);
+    if (number == SYS_gettimeofday &&
+        play_get_clock((struct kernel_time *)words[0], (struct zone *)words[1]) == 0)
+        return 0;
+    return real(number, words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
+}

@@ -1,0 +1,237 @@
+#include "support/router_box.h"
+
+#include "support/holder.h"
+#include "support/message.h"
+#include "support/namespaces.h"
+#include "support/record.h"
+#include "support/trace_format.h"
+#include "support/world_root.h"
+
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
+#include <stdexcept>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace support
+{
+
+struct output {
+    int out;
+    int err;
+};
+
+struct router_box::parts {
+    pid_t process = -1; // the parent of the holder
+    int requests = -1;
+    int endings = -1;
+    int root = -1;
+    int network = -1;
+    int user = -1;
+    int time_limit = 60000; // milliseconds
+    std::map<pid_t, output> outputs;
+    std::map<pid_t, int> ended; // wait statuses not yet asked for
+
+    ~parts();
+    void start(const std::string &program);
+    message ask(const message &request, const std::vector<int> &descriptors = {}) const;
+    int wait_for(pid_t run);
+};
+
+router_box::parts::~parts()
+{
+    shutdown(requests, SHUT_RDWR); // the holder ends, and with it all that is in the world
+    while (process > 0 && waitpid(process, nullptr, 0) < 0 && errno == EINTR)
+        ;
+    for (const auto &run : outputs) {
+        close(run.second.out);
+        close(run.second.err);
+    }
+    for (int descriptor : {requests, endings, root, network, user})
+        if (descriptor >= 0)
+            close(descriptor);
+}
+
+void router_box::parts::start(const std::string &program)
+{
+    int first[2], second[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, first) != 0 ||
+        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, second) != 0)
+        fail("socketpair");
+    pid_t self = getpid();
+    process = fork();
+    if (process < 0)
+        fail("fork");
+    if (process == 0)
+        hold_world(first[1], second[1], program, self);
+    close(first[1]);
+    close(second[1]);
+    requests = first[0];
+    endings = second[0];
+
+    message greeting;
+    std::vector<int> descriptors;
+    if (!receive_message(requests, greeting, &descriptors))
+        throw std::runtime_error("router box: its first process died");
+    if (greeting.at(0) != "ok")
+        throw std::runtime_error("router box: " + greeting.at(1));
+    root = descriptors.at(0);
+    network = descriptors.at(1);
+    user = descriptors.size() > 2 ? descriptors[2] : -1;
+}
+
+message router_box::parts::ask(const message &request, const std::vector<int> &descriptors) const
+{
+    message answer;
+    send_message(requests, request, descriptors);
+    if (!receive_message(requests, answer))
+        throw std::runtime_error("router box: its first process died");
+    if (answer.at(0) != "ok")
+        throw std::runtime_error("router box: " + request.at(0) + ": " + answer.at(1));
+    return answer;
+}
+
+// The wait status of a run that has ended or ends within the time limit.
+int router_box::parts::wait_for(pid_t run)
+{
+    using clock = std::chrono::steady_clock;
+    const auto end = clock::now() + std::chrono::milliseconds(time_limit);
+    while (ended.count(run) == 0) {
+        auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - clock::now());
+        pollfd source = {endings, POLLIN, 0};
+        if (left.count() <= 0 || poll(&source, 1, int(left.count())) == 0) {
+            ask({"end", std::to_string(run)});
+            throw std::runtime_error("router box: the program did not end within " +
+                                     std::to_string(time_limit) + " ms");
+        }
+        message ending;
+        if (!receive_message(endings, ending))
+            throw std::runtime_error("router box: its first process died");
+        ended[std::stoi(ending.at(0))] = std::stoi(ending.at(1));
+    }
+    int status = ended[run];
+    ended.erase(run);
+    return status;
+}
+
+router_box::router_box() : router_box(files_of_build().program) {}
+
+router_box::router_box(const std::string &program) : p(std::make_unique<parts>())
+{
+    p->start(program);
+}
+
+router_box::~router_box() = default;
+
+void router_box::set_time_limit(int milliseconds)
+{
+    p->time_limit = milliseconds;
+}
+
+// The settings that the recorder takes out again before the program sees them. A program built with
+// the address sanitizer would refuse a library that comes before the sanitizer's, and mcfg leaves
+// its memory to the end of the process on purpose.
+static const char *const recorder_settings[] = {
+    "LD_PRELOAD=" BOX_PRELOAD,
+    "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
+};
+
+// A sanitizer's finding fails a test whatever the test expects.
+static void refuse_sanitizer_report(const outcome &result)
+{
+    for (const char *mark : {"ERROR: AddressSanitizer", "runtime error: "})
+        if (result.err.find(mark) != std::string::npos)
+            throw std::runtime_error("router box: " + result.err);
+}
+
+static message run_request(const std::vector<std::string> &words, const environment &env)
+{
+    message request = {"run", std::to_string(words.size())};
+    request.insert(request.end(), words.begin(), words.end());
+    bool has_path = false;
+    for (const auto &variable : env)
+        has_path |= variable.first == "PATH";
+    if (!has_path)
+        request.push_back("PATH=/sbin:/bin:/usr/sbin:/usr/bin");
+    for (const auto &variable : env)
+        request.push_back(variable.first + "=" + variable.second);
+    request.insert(request.end(), std::begin(recorder_settings), std::end(recorder_settings));
+    return request;
+}
+
+pid_t router_box::start(const std::vector<std::string> &words, const environment &env)
+{
+    output files = {memfd_create("out", MFD_CLOEXEC), memfd_create("err", MFD_CLOEXEC)};
+    if (files.out < 0 || files.err < 0)
+        fail("memfd_create");
+    message answer = p->ask(run_request(words, env), {files.out, files.err});
+    pid_t run = std::stoi(answer.at(1));
+    p->outputs[run] = files;
+    return run;
+}
+
+outcome router_box::finish(pid_t handle)
+{
+    output files = p->outputs.at(handle);
+    int status = p->wait_for(handle);
+    outcome result = {};
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    result.out = whole_file(files.out);
+    result.err = whole_file(files.err);
+    close(files.out);
+    close(files.err);
+    p->outputs.erase(handle);
+    refuse_sanitizer_report(result);
+    return result;
+}
+
+outcome router_box::run(const std::vector<std::string> &words, const environment &env)
+{
+    size_t before = raw_trace().size();
+    outcome result = finish(start(words, env));
+    result.trace = joined(trace_lines(raw_trace().substr(before)));
+    return result;
+}
+
+std::string router_box::host_path(const std::string &path) const
+{
+    return "/proc/self/fd/" + std::to_string(p->root) + path;
+}
+
+void router_box::bind(const std::string &from, const std::string &path)
+{
+    p->ask({"bind", from, path});
+}
+
+void router_box::interface(const std::string &name)
+{
+    p->ask({"interface", name});
+}
+
+std::string router_box::in_network(const std::vector<std::string> &command)
+{
+    return run_program(command, [this] {
+        if (p->user >= 0 && setns(p->user, CLONE_NEWUSER) != 0)
+            fail("setns");
+        if (setns(p->network, CLONE_NEWNET) != 0)
+            fail("setns");
+    });
+}
+
+pid_t router_box::bystander(bool ignore_term)
+{
+    return std::stoi(p->ask({"bystander", ignore_term ? "yes" : "no"}).at(1));
+}
+
+bool router_box::is_running(pid_t pid) const
+{
+    return p->ask({"running", std::to_string(pid)}).at(1) == "yes";
+}
+
+} // namespace support

@@ -1,0 +1,208 @@
+// The router box from the command line, for demonstrations and for trying things out: its options
+// are carried out in the order they stand in.
+#include "support/router_box.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+
+namespace
+{
+
+struct visit {
+    support::router_box box;
+    support::environment environment;
+    std::optional<support::outcome> last;
+};
+
+// An option's value, split at the first occurrence of a character.
+std::pair<std::string, std::string> halves(const std::string &value, char at)
+{
+    size_t place = value.find(at);
+    if (place == std::string::npos)
+        throw std::invalid_argument("no '" + std::string(1, at) + "' in \"" + value + "\"");
+    return {value.substr(0, place), value.substr(place + 1)};
+}
+
+// The words of a command line; words between single or double quotes may hold blanks.
+std::vector<std::string> words_of(const std::string &line)
+{
+    std::vector<std::string> words;
+    std::string word;
+    bool in_word = false;
+    char quote = '\0';
+    for (char c : line + " ") {
+        bool is_quote = c == '\'' || c == '"';
+        if (quote != '\0' ? c == quote : is_quote) {
+            quote = quote != '\0' ? '\0' : c;
+            in_word = true;
+        } else if (quote == '\0' && c == ' ') {
+            if (in_word)
+                words.push_back(word);
+            word.clear();
+            in_word = false;
+        } else {
+            word += c;
+            in_word = true;
+        }
+    }
+    if (quote != '\0')
+        throw std::invalid_argument("a quote is not closed in \"" + line + "\"");
+    if (words.empty())
+        throw std::invalid_argument("an empty command");
+    return words;
+}
+
+// "\n" stands for a line end.
+std::string with_line_ends(const std::string &text)
+{
+    std::string result;
+    for (size_t i = 0; i < text.size(); i++) {
+        bool is_end = text.compare(i, 2, "\\n") == 0;
+        result += is_end ? '\n' : text[i];
+        i += is_end;
+    }
+    return result;
+}
+
+void show_heading(const std::string &text)
+{
+    std::cout << "---- " << text << "\n";
+}
+
+void show_text(const std::string &text)
+{
+    std::cout << text << (text.empty() || text.back() == '\n' ? "" : "\n");
+}
+
+void copy_in(visit &v, const std::string &value)
+{
+    auto [from, to] = halves(value, ':');
+    char *real = realpath(from.c_str(), nullptr);
+    std::string directory = real != nullptr ? real : from;
+    free(real);
+    v.box.copy_in(directory, to);
+}
+
+void write_file(visit &v, const std::string &value)
+{
+    auto [path, text] = halves(value, '=');
+    v.box.write(path, with_line_ends(text));
+}
+
+void run_program(visit &v, const std::string &value)
+{
+    v.last = v.box.run(words_of(value), v.environment);
+}
+
+void show_file(visit &v, const std::string &path)
+{
+    show_heading(path);
+    show_text(v.box.read(path));
+}
+
+void show_trace(visit &v, const std::string &)
+{
+    show_heading("trace");
+    show_text(v.box.trace());
+    v.box.clear_trace();
+}
+
+void show_outcome(visit &v, const std::string &)
+{
+    if (!v.last)
+        throw std::invalid_argument("--outcome before any --run");
+    show_heading("outcome");
+    if (v.last->signal != 0)
+        std::cout << "ended by signal " << v.last->signal << "\n";
+    else
+        std::cout << "status " << v.last->status << "\n";
+    show_text(v.last->out);
+    show_text(v.last->err);
+}
+
+void show_ip(visit &v, const std::string &value)
+{
+    std::vector<std::string> command = words_of("ip " + value);
+    show_heading("ip " + value);
+    show_text(v.box.in_network(command));
+}
+
+struct option {
+    const char *name;
+    const char *value; // what the help calls it, or null when the option takes none
+    const char *help;
+    void (*apply)(visit &v, const std::string &value);
+};
+
+const option options[] = {
+    {"--copy", "HOSTDIR:PATH", "copy a directory of this machine over one of the world", copy_in},
+    {"--write", "PATH=TEXT", "write a file; \\n is a line end", write_file},
+    {"--rule", "RULE", "add a rule (see tests/support/world.h)",
+     [](visit &v, const std::string &value) { v.box.on(value); }},
+    {"--interface", "NAME", "make a network interface",
+     [](visit &v, const std::string &value) { v.box.interface(value); }},
+    {"--env", "NAME=VALUE", "set a variable for the runs that follow",
+     [](visit &v, const std::string &value) { v.environment.push_back(halves(value, '=')); }},
+    {"--clear-env", nullptr, "forget the variables",
+     [](visit &v, const std::string &) { v.environment.clear(); }},
+    {"--run", "COMMAND", "run the program under the command's first word; prints nothing",
+     run_program},
+    {"--outcome", nullptr, "print the last run's status and what it printed", show_outcome},
+    {"--show", "PATH", "print a file of the world", show_file},
+    {"--trace", nullptr, "print what was done since the last --trace", show_trace},
+    {"--ip", "ARGUMENTS", "print what this machine's ip says inside", show_ip},
+};
+
+void show_help()
+{
+    std::cout
+        << "usage: router-box OPTION...\n"
+           "Runs mcfg in a private world, where nothing reaches this machine. The options are\n"
+           "carried out in order:\n";
+    for (const option &o : options) {
+        std::string name = std::string(o.name) + (o.value != nullptr ? " " : "");
+        name += o.value != nullptr ? o.value : "";
+        printf("  %-24s %s\n", name.c_str(), o.help);
+    }
+}
+
+const option &find_option(const std::string &name)
+{
+    for (const option &o : options)
+        if (name == o.name)
+            return o;
+    throw std::invalid_argument("unknown option \"" + name + "\" (see --help)");
+}
+
+void apply_all(int argc, char **argv)
+{
+    visit v;
+    for (int i = 1; i < argc; i++) {
+        const option &o = find_option(argv[i]);
+        if (o.value != nullptr && i + 1 == argc)
+            throw std::invalid_argument(std::string(o.name) + " needs " + o.value);
+        o.apply(v, o.value != nullptr ? argv[++i] : "");
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (argc < 2 || std::string(argv[1]) == "--help") {
+        std::cout.flush();
+        show_help();
+        return argc < 2 ? 2 : 0;
+    }
+    try {
+        apply_all(argc, argv);
+    } catch (const std::exception &e) {
+        std::cout.flush();
+        std::cerr << "router-box: " << e.what() << "\n";
+        return 1;
+    }
+    return 0;
+}

@@ -1,0 +1,74 @@
+// Texts that tests compare with: fixtures of this source tree, and traces taken apart.
+#pragma once
+
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace support
+{
+
+// Where the example settings of that name are ("router", "pppoe").
+inline std::string example_path(const std::string &name)
+{
+    return MCFG_SOURCE_DIR "/examples/" + name;
+}
+
+// Where the fixtures are. Tests in a private world, where this is out of sight, bind it.
+inline std::string fixtures_path()
+{
+    return MCFG_SOURCE_DIR "/tests/fixtures";
+}
+
+// What the fixture NAME holds, for tests outside of the world.
+inline std::string fixture(const std::string &name)
+{
+    std::ifstream file(fixtures_path() + "/" + name, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("no fixture " + name);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline std::vector<std::string> lines_of(const std::string &text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+inline bool begins_with(const std::string &text, const std::string &begin)
+{
+    return text.compare(0, begin.size(), begin) == 0;
+}
+
+// The trace without the lines that begin with one of these.
+inline std::string without(const std::string &trace, const std::vector<std::string> &begins)
+{
+    std::string result;
+    for (const std::string &line : lines_of(trace)) {
+        bool is_left_out = false;
+        for (const std::string &begin : begins)
+            is_left_out = is_left_out || begins_with(line, begin);
+        if (!is_left_out)
+            result += line + "\n";
+    }
+    return result;
+}
+
+// The lines of the trace that begin so, without that beginning, joined by ", ".
+inline std::string rests(const std::string &trace, const std::string &begin)
+{
+    std::string result;
+    for (const std::string &line : lines_of(trace)) {
+        if (begins_with(line, begin))
+            result += (result.empty() ? "" : ", ") + line.substr(begin.size());
+    }
+    return result;
+}
+
+} // namespace support
