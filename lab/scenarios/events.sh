@@ -19,7 +19,7 @@ ppp_event() {
 
 # is_sound: the store is one whole document, as far as its braces and brackets tell.
 is_sound() {
-  awk '{ open += gsub(/[{[]/, "") - gsub(/[]}]/, "") } END { exit !(NR > 0 && open == 0 && $0 == "}") }' \
+  awk '{ last = $0; open += gsub(/[{[]/, "") - gsub(/[]}]/, "") } END { exit !(open == 0 && last == "}") }' \
     /var/run/state_link || {
     cat /var/run/state_link
     return 1

@@ -45,6 +45,7 @@ address=$(ip -4 address show dev ppp1 | awk '$1 == "inet" { print $2 }')
 soon "the far side gets the host's page through the forward" gets far "$address:8080" "page of the host"
 
 step "stop"
+check "the daemon runs" runs "pppd call wan1"
 check "stop_wan succeeds" mcfg stop_wan
 soon "the daemon is gone" not runs "pppd call wan1"
 soon "so is the interface" test ! -e /sys/class/net/ppp1
