@@ -329,6 +329,40 @@ TEST(HotplugBlockEvent, LockFileThatIsDeletedMeanwhileMakesTwoLocks)
     EXPECT_TRUE(box.exists("/media/sda1"));
 }
 
+// The recorder plays mknod() with an ordinary file. A program that a tool starts runs without the
+// recorder, so here a script that stands in for "reboot" starts the event, and the kernel answers:
+// no process of a world may make device nodes.
+void handle_unrecorded(test_box &box, const std::string &action)
+{
+    box.symlink("/sbin/mcfg", "/usr/bin/hotplug");
+    box.write("/sbin/reboot",
+              "#!/bin/sh\nACTION=" + action +
+                  " MAJOR=250 MINOR=17 PHYSDEVDRIVER=sd exec /usr/bin/hotplug block\n",
+              0755);
+    box.clear_trace();
+    box.run({"mcfg", "check_update"});
+}
+
+TEST(HotplugBlockEvent, NodeThatTheKernelRefusesDoesNotStopTheMount)
+{
+    test_box box;
+    handle_unrecorded(box, "add");
+    EXPECT_TRACE(R"(
+        run mount /dev/sdb1 /media/sdb1
+    )",
+                 box.trace_of({"run"}));
+    EXPECT_TRUE(box.exists("/media/sdb1"));
+    EXPECT_FALSE(box.exists("/dev/sdb1"));
+    EXPECT_FALSE(box.exists(LOCK_FILE));
+
+    handle_unrecorded(box, "remove");
+    EXPECT_TRACE(R"(
+        run umount /media/sdb1
+    )",
+                 box.trace_of({"run"}));
+    EXPECT_FALSE(box.exists("/media/sdb1"));
+}
+
 // Values that no kernel sends stay words of the command.
 TEST(HotplugBlockEvent, DriverNameCannotBecomeACommand)
 {
