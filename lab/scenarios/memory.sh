@@ -34,4 +34,3 @@ fits "hotplug block" env ACTION=change MAJOR=8 MINOR=1 PHYSDEVDRIVER=sd peak hot
 fits "mcfg stop_wan" peak mcfg stop_wan
 fits "mcfg netbase_stop" peak mcfg netbase_stop
 fits "mmac get wan" peak mmac get wan
-fits "a C program that does nothing" peak true
