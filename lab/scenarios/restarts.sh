@@ -1,5 +1,6 @@
 # Twenty restarts in a row leave nothing over.
 # settings: examples/router lab/settings/no-tunnels
+# long
 
 # standing: all that a restart could leave behind, without what differs from one time to the next.
 standing() {
