@@ -93,11 +93,10 @@ int mcfg_main(int argc, char **argv)
         return -1;
     }
     for (const command &row : commands) {
-        if (strcmp(row.name, argv[1]) != 0)
-            continue;
-        if (row.run != nullptr)
+        if (strcmp(row.name, argv[1]) == 0) {
             row.run(argc, argv);
-        break;
+            break;
+        }
     }
     return 0;
 }

@@ -80,7 +80,7 @@ int run_program(int argc, char **argv)
     const char *name = base_name(argc > 0 ? argv[0] : "");
     for (const program &row : programs) {
         if (matches(row, name))
-            return row.run != nullptr ? row.run(argc, argv) : 0;
+            return row.run(argc, argv);
     }
     return 0;
 }
