@@ -23,7 +23,7 @@ standing() {
 }
 
 restart() {
-  /etc/init.d/router restart > /tmp/router.output 2>&1
+  /sbin/router restart > /tmp/router.output 2>&1
 }
 
 start_isp_dhcp
@@ -59,7 +59,7 @@ check "the host reaches the far side" gets host 198.51.100.20 "far away"
 
 step "stop"
 check "the client runs" runs "busybox udhcpc"
-/etc/init.d/router stop > /tmp/router.output 2>&1
+/sbin/router stop > /tmp/router.output 2>&1
 sleep 2
 check "no bridge" test ! -e /sys/class/net/br0
 check "no VLANs" test ! -e /sys/class/net/vlan1 -a ! -e /sys/class/net/vlan2
