@@ -8,10 +8,9 @@ extern char udhcpstate[8];
 
 // Handle the event whose name argv[1] contains one of these, the first that fits:
 //   deconfig   the lease is gone: see udhcpc_deconfig
-//   bound      a new lease: tell the resolver script of its DNS servers, set the interface's
-//   address
-//              and the routes that came along, and take the link into use with wan_up(). A
-//              malformed msroutes text ends this before the link is in use.
+//   bound      a new lease: tell the resolver script of its DNS servers, set the address and the
+//              routes that came along, and take the link into use with wan_up(). A malformed
+//              msroutes text ends this before the link is in use.
 //   renew      only logged: the setup stays
 //   leasefail  nothing
 //   others     as deconfig, for instance nak

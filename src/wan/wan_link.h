@@ -1,5 +1,5 @@
 // The two transitions of a WAN link that carries IP itself, with a static address or a DHCP lease.
-// PPP links have their own (wan/ppp_event.h).
+// PPP links have their own (wan/ppp_link.h).
 #pragma once
 
 #include <jansson.h>

@@ -22,7 +22,7 @@ struct kernel_time {
     long microseconds;
 };
 
-static bool clock_is_played(long *seconds, struct zone *zone)
+static bool clock_is_played(struct kernel_time *now, struct zone *zone)
 {
     static const char *const clocks[] = {"clock", NULL};
     int saved = errno;
@@ -31,7 +31,9 @@ static bool clock_is_played(long *seconds, struct zone *zone)
     errno = saved;
     if (!played)
         return false;
-    *seconds = strtol(rule.argument[0], NULL, 0);
+    char *fraction;
+    now->seconds = strtol(rule.argument[0], &fraction, 10);
+    now->microseconds = *fraction == '.' ? strtol(fraction + 1, NULL, 10) : 0;
     zone->minutes_west = (int)strtol(rule.argument[1], NULL, 0);
     zone->daylight = (int)strtol(rule.argument[2], NULL, 0);
     return true;
@@ -47,7 +49,9 @@ static int trace_set_clock(const struct kernel_time *time, const struct zone *zo
     }
     struct line event = LINE_EMPTY;
     line_print(&event, "settimeofday");
-    if (time != NULL)
+    if (time != NULL && time->microseconds != 0)
+        line_print(&event, " %ld.%06ld", time->seconds, time->microseconds);
+    else if (time != NULL)
         line_print(&event, " %ld", time->seconds);
     else
         line_print(&event, " -");
@@ -65,7 +69,7 @@ int settimeofday(const struct timeval *time, const struct timezone *zone)
 {
     struct kernel_time plain = {0, 0};
     if (time != NULL)
-        plain.seconds = (long)time->tv_sec;
+        plain = (struct kernel_time){(long)time->tv_sec, (long)time->tv_usec};
     return trace_set_clock(time != NULL ? &plain : NULL, (const struct zone *)zone);
 }
 
@@ -74,14 +78,14 @@ int settimeofday(const struct timeval *time, const struct timezone *zone)
 int gettimeofday(struct timeval *restrict time, void *restrict zone)
 {
     static int (*real)(struct timeval *restrict, void *restrict);
-    long seconds;
+    struct kernel_time now;
     struct zone played;
     if (real == NULL)
         find_real("gettimeofday", &real);
-    if (!clock_is_played(&seconds, &played))
+    if (!clock_is_played(&now, &played))
         return real(time, zone);
-    time->tv_sec = seconds;
-    time->tv_usec = 0;
+    time->tv_sec = now.seconds;
+    time->tv_usec = now.microseconds;
     if (zone != NULL)
         memset(zone, 0, sizeof(struct zone));
     return 0;
@@ -90,39 +94,39 @@ int gettimeofday(struct timeval *restrict time, void *restrict zone)
 time_t time(time_t *result)
 {
     static time_t (*real)(time_t *);
-    long seconds;
+    struct kernel_time now;
     struct zone zone;
     if (real == NULL)
         find_real("time", &real);
-    if (!clock_is_played(&seconds, &zone))
+    if (!clock_is_played(&now, &zone))
         return real(result);
     if (result != NULL)
-        *result = seconds;
-    return seconds;
+        *result = now.seconds;
+    return now.seconds;
 }
 
 int clock_gettime(clockid_t clock, struct timespec *result)
 {
     static int (*real)(clockid_t, struct timespec *);
-    long seconds;
+    struct kernel_time now;
     struct zone zone;
     if (real == NULL)
         find_real("clock_gettime", &real);
-    if (clock != CLOCK_REALTIME || !clock_is_played(&seconds, &zone))
+    if (clock != CLOCK_REALTIME || !clock_is_played(&now, &zone))
         return real(clock, result);
-    result->tv_sec = seconds;
-    result->tv_nsec = 0;
+    result->tv_sec = now.seconds;
+    result->tv_nsec = now.microseconds * 1000;
     return 0;
 }
 
 static long play_get_clock(struct kernel_time *time, struct zone *zone)
 {
-    long seconds;
+    struct kernel_time now;
     struct zone played;
-    if (!clock_is_played(&seconds, &played))
+    if (!clock_is_played(&now, &played))
         return -1;
     if (time != NULL)
-        *time = (struct kernel_time){seconds, 0};
+        *time = now;
     if (zone != NULL)
         *zone = played;
     return 0;

@@ -29,7 +29,7 @@
 //                              ioctl eth2 0x89f2 0x14 0x405555       (switch register written)
 //   sleep SECONDS            a pause; it takes no time
 //   kill PID SIGNAL          a signal sent, such as "kill 123 SIGTERM"; signal 0 reads "0"
-//   settimeofday SEC WEST DST   the clock set; the machine's own clock is never touched
+//   settimeofday SEC[.MICROSECONDS] WEST DST   the clock set; the machine's own is never touched
 //   mknod PATH TYPE MODE MAJOR:MINOR   such as "mknod /dev/sda1 b 0700 8:1"; what is made is an
 //                            empty file with that mode, since not every machine allows the node
 //   fork                     only when a rule answers it, that is: "fail EAGAIN fork"
@@ -57,7 +57,8 @@
 //   flash PATH                 the file that plays the flash behind /dev/flash0
 //   flash-status N             the status word that the flash driver answers with
 //   switch 0xOFFSET 0xVALUE    what the switch register reads as
-//   clock SECONDS WEST DST     the time of day, and the kernel's time zone record, as read
+//   clock SECONDS[.MICROSECONDS] WEST DST   the time of day (six digits after the point), and the
+//                              kernel's time zone record, as read
 //   watch exists               also trace existence tests: "exists /var/lock/Config.lock = no"
 // The first rule that matches wins; a rule may end in " #N" to hold for the first N matches only.
 // ("print" stands beside the others: a tool may print and then exit as told.) A word of a rule may

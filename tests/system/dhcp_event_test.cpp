@@ -179,6 +179,9 @@ TEST_F(dhcp_event, bound_twice)
         ioctl vlan2 SIOCADDRT 0.0.0.0/0.0.0.0 via 192.0.2.1 metric 102 flags 0x3
     )",
                  box.trace_of({"ioctl"}));
+    EXPECT_NE(
+        again.trace.find("shell iptables -t nat -I PREROUTING -i vlan2 -d 192.0.2.10 -j VSERVER\n"),
+        std::string::npos);
     EXPECT_EQ(kernel_state::routes(box), bound_routes);
     EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
 }

@@ -276,6 +276,19 @@ TEST_F(ppp_event_input, down_by_the_record)
     }
 }
 
+// Only what the link's name would be needed for is left out.
+TEST_F(ppp_event_input, a_record_without_a_name_leaves_the_markers)
+{
+    box.write("/var/run/state_link",
+              R"({"state_links":[{"iface":"ppp1","ipaddr":"10.9.0.10","type":"pppoe"}]})");
+    box.write("/tmp/ppp/link.ppp1", "wan1");
+    outcome result = down({{"IFNAME", "ppp1"}});
+    EXPECT_NE(result.trace.find("log mcfg-wan_ppp_down: remove link state iface ppp1\n"),
+              std::string::npos);
+    EXPECT_EQ(result.trace.find("ifname = "), std::string::npos);
+    EXPECT_EQ(box.read("/tmp/ppp/link.ppp1"), "wan1");
+}
+
 TEST_F(ppp_event_input, down_without_a_record_says_so)
 {
     box.write("/var/run/state_link", R"({"state_links":[]})");

@@ -173,6 +173,9 @@ const jump_row jump_rows[] = {
     {"an address", "eth9", R"({"ipaddr":"192.0.2.10"})", R"(
         shell iptables -t nat -I PREROUTING -i eth9 -d 192.0.2.10 -j VSERVER
      )"},
+    {"a lease without a gateway", "eth9", R"({"ipaddr":"192.0.2.10","gateway":null})", R"(
+        shell iptables -t nat -I PREROUTING -i eth9 -d 192.0.2.10 -j VSERVER
+     )"},
     {"a null address has none", "eth9", R"({"ipaddr":null})", ""},
     {"no address has none", "eth9", "{}", ""},
     {"an empty address is handed on", "eth9", R"({"ipaddr":""})", R"(
@@ -195,7 +198,7 @@ TEST_F(wan_link, jump_into_the_port_forwardings)
         SCOPED_TRACE(row.what);
         begin();
         world.write("/var/run/Config",
-                    config_with(R"({"iface":")" + std::string(row.iface) + R"("})"));
+                    config_with(R"({"type":"dhcp","iface":")" + std::string(row.iface) + R"("})"));
         EXPECT_EQ(up(row.iface, row.link), 0);
         std::string commands = world.trace_of({"shell", "run"});
         std::string shown = "shell led yellow_wan off\nshell led green_wan on\n";
