@@ -102,6 +102,30 @@ TEST_F(HotplugBlock, TakesTheFirstFourDisksOnly)
     }
 }
 
+// The disk is for every program of the router; the umask may take from it, the handler does not.
+TEST_F(HotplugBlock, MountPointIsOpenToAll)
+{
+    world.on("exit 0 mount");
+    mode_t before = umask(0);
+    EXPECT_EQ(handle("add", "sd", "8", "1"), 0);
+    umask(before);
+    EXPECT_EQ(world.mode("/media/sda1"), 0777U);
+}
+
+// Interrupted twice while it waits for another handler: that one's file is not touched.
+TEST_F(HotplugBlock, WithoutTheLockNothingIsDone)
+{
+    world.on("fail EINTR lock");
+    EXPECT_EQ(handle("add", "sd", "8", "1"), -1);
+    EXPECT_TRACE(R"(
+        log hotplug: env add sd!\n
+        lock = EINTR (x2)
+        log hotplug: Failed locking LOCK_FILE: Interrupted system call\n
+    )",
+                 world.trace());
+    EXPECT_TRUE(world.exists("/tmp/hotplug_lock"));
+}
+
 // The name is cut to what the kernel can call a disk; nothing is overrun.
 TEST_F(HotplugBlock, DriverNameThatIsTooLongIsCut)
 {

@@ -121,6 +121,58 @@ TEST_F(HotplugUsb, ReadsIdentitiesFromTheFirstLine)
     }
 }
 
+struct lock_row {
+    const char *what;
+    const char *rule;
+    int result;
+    const char *trace; // from the lock on
+};
+
+const lock_row lock_rows[] = {
+    {"a second try is enough", "fail EINTR lock #1", 0, R"(
+        lock = EINTR
+        sleep 45
+        log hotplug_usb_dev: Vendor_new=12d1\n
+        log hotplug_usb_dev: Product_new=1446\n
+        log hotplug: Unlock LOCK_FILE\n
+    )"},
+    {"no lock: nothing is waited for", "fail EINTR lock", -1, R"(
+        lock = EINTR (x2)
+        log hotplug: Failed locking LOCK_FILE: Interrupted system call\n
+    )"},
+    {"a lock that cannot be released", "fail ENOLCK unlock", -1, R"(
+        sleep 45
+        log hotplug_usb_dev: Vendor_new=12d1\n
+        log hotplug_usb_dev: Product_new=1446\n
+        unlock = ENOLCK
+        log hotplug: Failed unlocking LOCK_FILE: No locks available\n
+    )"},
+};
+
+TEST_F(HotplugUsb, LockThatCannotBeTakenOrReleasedEndsTheEvent)
+{
+    setenv("ACTION", "remove", 1);
+    setenv("DEVPATH", "/devices/1-1", 1);
+    setenv("PHYSDEVPATH", "/devices/1-1", 1);
+    for (const char *directory : {"/sys/devices/1-1/device/", "/sys/devices/1-1/"}) {
+        world.write(std::string(directory) + "idVendor", "12d1\n");
+        world.write(std::string(directory) + "idProduct", "1446\n");
+    }
+    for (const lock_row &row : lock_rows) {
+        SCOPED_TRACE(row.what);
+        world.clear_rules();
+        world.clear_trace();
+        world.on(row.rule);
+        EXPECT_EQ(hotplug_usb_dev(), row.result);
+        std::string trace = world.trace();
+        std::string last_before = "Product=1446\\n\n";
+        size_t begin = trace.find(last_before);
+        ASSERT_NE(begin, std::string::npos) << trace;
+        EXPECT_TRACE(row.trace, trace.substr(begin + last_before.size()));
+        EXPECT_TRUE(world.exists("/tmp/hotplug_lock"));
+    }
+}
+
 // Sysfs paths of nested hubs are long.
 TEST_F(HotplugUsb, DevicePathsOf255CharactersAreUsedWhole)
 {

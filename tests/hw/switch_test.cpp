@@ -5,26 +5,11 @@
 
 #include <gtest/gtest.h>
 
-#include <dlfcn.h>
-#include <errno.h>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 using support::private_world;
-
-// Sockets do not fail by themselves in a test.
-static bool sockets_fail = false;
-
-extern "C" int socket(int domain, int type, int protocol) noexcept
-{
-    static const auto real = reinterpret_cast<int (*)(int, int, int)>(dlsym(RTLD_NEXT, "socket"));
-    if (sockets_fail) {
-        errno = EMFILE;
-        return -1;
-    }
-    return real(domain, type, protocol);
-}
 
 namespace
 {
@@ -33,11 +18,7 @@ class Switch : public testing::Test
 {
   protected:
     Switch() { world.clear(); }
-    ~Switch() override
-    {
-        sockets_fail = false;
-        switch_fini();
-    }
+    ~Switch() override { switch_fini(); }
 
     private_world &world = private_world::here();
 };
@@ -65,7 +46,7 @@ TEST_F(Switch, OpensADatagramSocket)
 
 TEST_F(Switch, SocketThatFailsIsReported)
 {
-    sockets_fail = true;
+    world.on("fail EMFILE socket inet dgram 0");
     EXPECT_EQ(errors_of([](void *) { EXPECT_EQ(switch_init(), -1); }),
               "socket: Too many open files\n");
     switch_fini(); // of a switch that is not open does nothing
@@ -231,17 +212,16 @@ TEST_F(Switch, RestoresOneVlanForAllPorts)
 
 TEST_F(Switch, LayoutsSayWhenTheSwitchCannotBeOpened)
 {
-    sockets_fail = true;
+    world.on("fail EMFILE socket");
     errors_of([](void *) {
         EXPECT_EQ(config_3052(1), -1);
         EXPECT_EQ(restore_3052(), -1);
     });
-    sockets_fail = false;
     EXPECT_TRACE(R"(
         log config_3052: Error switch init
         log restore_3052: Error switch init
     )",
-                 world.trace());
+                 world.trace_of({"log"}));
 }
 
 TEST_F(Switch, LayoutEndsTheProcessAtTheFirstRegisterThatFails)

@@ -148,6 +148,8 @@ struct failure {
 };
 
 constexpr failure FAILURES[] = {
+    {"socket", "fail EMFILE socket inet raw 255", EMFILE, "vlan1: Too many open files\n",
+     "socket inet raw 255 = EMFILE\n"},
     {"flags", "fail EPERM ioctl vlan1 SIOCSIFFLAGS", EPERM, "vlan1: Operation not permitted\n",
      "ioctl vlan1 SIOCSIFFLAGS 0x1043 = EPERM\n"},
     {"address leaves the flags", "fail EPERM ioctl vlan1 SIOCSIFADDR", EPERM,

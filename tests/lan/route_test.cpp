@@ -155,6 +155,16 @@ TEST_F(route, failing_is_reported_with_the_device)
     }
 }
 
+TEST_F(route, without_a_socket_fails)
+{
+    world.on("fail EMFILE socket inet dgram 0");
+    for (auto routine : {route_add, route_del}) {
+        call failing = {routine, "vlan2", 0, "10.9.0.0", nullptr, "255.255.0.0"};
+        EXPECT_EQ(made(failing), "vlan2: Too many open files\n");
+        EXPECT_EQ(failing.result, EMFILE);
+    }
+}
+
 TEST_F(route, failing_as_told_gives_the_error_number)
 {
     world.on("fail EPERM ioctl vlan2 SIOCDELRT");

@@ -131,14 +131,16 @@ static bool play_flash(bool writes, struct flash_request *request)
     return true;
 }
 
-int flash_ioctl(unsigned long code, struct flash_request *request)
+int flash_ioctl(int descriptor, unsigned long code, struct flash_request *request)
 {
     int result = 0;
     bool writes = code == FLASH_WRITE;
     bool known = writes || code == FLASH_READ;
     struct line event = LINE_EMPTY;
     if (known)
-        line_print(&event, "ioctl /dev/flash0 %s 0x%lx %lu", writes ? "write" : "read",
+        line_print(&event, "ioctl /dev/flash0%s %s 0x%lx %lu",
+                   (fcntl(descriptor, F_GETFL) & O_ACCMODE) == O_RDONLY ? "" : ":rw",
+                   writes ? "write" : "read",
                    (unsigned long)(writes ? request->destination : request->source),
                    (unsigned long)request->length);
     else

@@ -20,7 +20,7 @@ struct flash_request {
 
 int switch_ioctl(unsigned long code, struct ifreq *request); // the Ethernet driver's private ones
 int gpio_ioctl(unsigned long code, uint32_t *word);
-int flash_ioctl(unsigned long code, struct flash_request *request);
+int flash_ioctl(int descriptor, unsigned long code, struct flash_request *request);
 int other_device_ioctl(const char *path, unsigned long code); // a device that no box plays
 
 // Begins an event's line with "ioctl INTERFACE" (recorder_ioctl.c).

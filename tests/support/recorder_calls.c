@@ -10,6 +10,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/types.h>
@@ -127,19 +128,53 @@ int kill(pid_t process, int number)
     return result;
 }
 
-// A new process is no line of the trace, but a rule may refuse it: "fail EAGAIN fork".
+// What follows is no line of the trace, but a rule may refuse it: "fail EAGAIN fork".
+static bool refused_by_rule(const char *text)
+{
+    int result = 0;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "%s", text);
+    bool is_answered = box_recording != RECORDING_OFF && answered_by_rule(&event, &result);
+    line_free(&event);
+    return is_answered && result < 0;
+}
+
 pid_t fork(void)
 {
     static pid_t (*real)(void);
     if (real == NULL)
         find_real("fork", &real);
+    return refused_by_rule("fork") ? -1 : real();
+}
 
-    int result = 0;
-    struct line event = LINE_EMPTY;
-    line_print(&event, "fork");
-    bool is_answered = box_recording != RECORDING_OFF && answered_by_rule(&event, &result);
-    line_free(&event);
-    return is_answered ? result : real();
+int socket(int domain, int type, int protocol)
+{
+    static int (*real)(int, int, int);
+    if (real == NULL)
+        find_real("socket", &real);
+    char text[64];
+    const char *kind = type == SOCK_DGRAM ? "dgram" : type == SOCK_RAW ? "raw" : "other";
+    snprintf(text, sizeof text, "socket %s %s %d", domain == AF_INET ? "inet" : "other", kind,
+             protocol);
+    return refused_by_rule(text) ? -1 : real(domain, type, protocol);
+}
+
+// Of all requests, only those that take or release a record lock can be refused.
+int fcntl(int descriptor, int request, ...)
+{
+    static int (*real)(int, int, ...);
+    va_list arguments;
+    va_start(arguments, request);
+    void *argument = va_arg(arguments, void *);
+    va_end(arguments);
+    if (real == NULL)
+        find_real("fcntl", &real);
+    if (request == F_SETLK || request == F_SETLKW) {
+        const struct flock *lock = argument;
+        if (refused_by_rule(lock->l_type == F_UNLCK ? "unlock" : "lock"))
+            return -1;
+    }
+    return real(descriptor, request, argument);
 }
 
 static char node_type(mode_t mode)

@@ -208,6 +208,6 @@ int ioctl(int descriptor, unsigned long code, ...)
     if (strcmp(path, "/dev/gpio") == 0)
         return gpio_ioctl(code, argument);
     if (strcmp(path, "/dev/flash0") == 0)
-        return flash_ioctl(code, argument);
+        return flash_ioctl(descriptor, code, argument);
     return other_device_ioctl(path, code);
 }

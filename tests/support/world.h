@@ -25,6 +25,7 @@
 //                              ioctl /dev/gpio 2 -> 0x800
 //                              ioctl /dev/flash0 read 0x16d20 8      (flash offset, length)
 //                              ioctl /dev/flash0 write 0x40004 6
+//                                (/dev/flash0:rw when it was not opened read-only)
 //                              ioctl eth2 0x89f1 0x14 -> 0x5555      (switch register read)
 //                              ioctl eth2 0x89f2 0x14 0x405555       (switch register written)
 //   sleep SECONDS            a pause; it takes no time
@@ -32,7 +33,9 @@
 //   settimeofday SEC[.MICROSECONDS] WEST DST   the clock set; the machine's own is never touched
 //   mknod PATH TYPE MODE MAJOR:MINOR   such as "mknod /dev/sda1 b 0700 8:1"; what is made is an
 //                            empty file with that mode, since not every machine allows the node
-//   fork                     only when a rule answers it, that is: "fail EAGAIN fork"
+//   fork, socket FAMILY KIND PROTOCOL, lock, unlock
+//                            only when a rule refuses it: "fail EAGAIN fork", "fail EMFILE socket
+//                            inet raw 255" (KIND dgram or raw), "fail EINTR lock" (a record lock)
 // A call that fails (for real or as told) ends in " = " and the error's name: " = ENODEV".
 //
 // Control characters in a line are escaped (\n, \t, \r, \\, \xHH). A word of a "run" line that is

@@ -89,6 +89,14 @@ TEST_F(address_query, of_an_interface_that_is_missing_fails)
     EXPECT_EQ(result, -1);
 }
 
+TEST_F(address_query, without_a_socket_fails)
+{
+    world.on("fail EMFILE socket inet dgram 0");
+    EXPECT_EQ(ask("vlan2"), "socket: Too many open files\n");
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(world.trace_of({"log"}), "");
+}
+
 TEST_F(address_query, without_a_name_fails)
 {
     EXPECT_EQ(ask(""), "ioctl SIOCGIFADDR: No such device\n");

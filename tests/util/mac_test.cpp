@@ -25,6 +25,13 @@ class mac : public support::unit_test
         nvram_close(0);
     }
 
+    // An open section has what it held when it was opened, whatever its file says by now.
+    bool device_is_open()
+    {
+        world.write("/etc/nvram/0", "seen=now\n");
+        return strcmp(nvram_bufget(0, "seen"), "now") != 0;
+    }
+
     struct request {
         const char *name;
         char text[32] = "untouched";
@@ -151,6 +158,7 @@ TEST_F(mac, of_the_lan_is_printed_too)
     EXPECT_EQ(lan.result, 1);
     EXPECT_STREQ(lan.text, "00:0A:EB:11:22:30");
     EXPECT_EQ(world.trace(), "");
+    EXPECT_FALSE(device_is_open());
 }
 
 TEST_F(mac, of_the_wan_is_the_next_one)
@@ -180,6 +188,7 @@ TEST_F(mac, of_another_name_fails_without_a_message)
         EXPECT_STREQ(other.text, "untouched");
     }
     EXPECT_EQ(world.trace(), "");
+    EXPECT_TRUE(device_is_open());
 }
 
 TEST_F(mac, without_a_base_address_is_logged)
@@ -196,6 +205,7 @@ TEST_F(mac, without_a_base_address_is_logged)
     EXPECT_EQ(wan.result, -1);
     EXPECT_TRACE(R"(log mcfg-get_mac: cannot get base MAC addr: Invalid argument\n)",
                  world.trace());
+    EXPECT_TRUE(device_is_open());
 }
 
 TEST_F(mac, of_the_box_is_the_base_address)
@@ -206,6 +216,7 @@ TEST_F(mac, of_the_box_is_the_base_address)
     EXPECT_EQ(get_box_mac(bytes), 1);
     EXPECT_STREQ(format_mac(bytes, out), "00:0A:EB:11:22:30");
     EXPECT_EQ(world.trace(), "");
+    EXPECT_FALSE(device_is_open());
 }
 
 TEST_F(mac, of_the_box_that_is_missing_is_logged)
@@ -213,6 +224,7 @@ TEST_F(mac, of_the_box_that_is_missing_is_logged)
     unsigned char bytes[MAC_BYTES];
     EXPECT_EQ(get_box_mac(bytes), -1);
     EXPECT_TRACE(R"(log mcfg-get_box_mac: cannot get base MAC addr: Bad address\n)", world.trace());
+    EXPECT_TRUE(device_is_open());
 }
 
 } // namespace

@@ -185,6 +185,10 @@ TEST_F(profile, of_another_section_is_not_written)
                  world.trace());
     EXPECT_TRUE(world.exists("/etc/Wireless/RT2860"));
     EXPECT_FALSE(world.exists(PROFILE));
+
+    // The section is left open: what it held when it was opened is what it has.
+    world.write("/etc/nvram/2", "Channel=7\n");
+    EXPECT_STREQ(nvram_bufget(2, "Channel"), "6");
 }
 
 TEST_F(profile, that_cannot_be_created_does_not_keep_the_driver_out)
