@@ -15,6 +15,7 @@
 #include <poll.h>
 #include <set>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -111,11 +112,32 @@ static message answer_interface(const message &request, const std::vector<int> &
     return {"ok"};
 }
 
+// The /proc that the holder sees outside of its world's root directory is the machine's.
+static message answer_number(const message &, const std::vector<int> &)
+{
+    char number[16];
+    ssize_t length = readlink("/proc/self", number, sizeof number);
+    if (length < 0)
+        fail("/proc/self");
+    return {"ok", std::string(number, size_t(length))};
+}
+
+static bool is_kept = false;
+
+static message answer_keep(const message &, const std::vector<int> &)
+{
+    if (prctl(PR_SET_PDEATHSIG, 0) != 0)
+        fail("prctl");
+    is_kept = true;
+    return {"ok"};
+}
+
 using answerer = message (*)(const message &, const std::vector<int> &);
 
 static const std::map<std::string, answerer> answerers = {
-    {"run", answer_run}, {"bystander", answer_bystander}, {"running", answer_running},
-    {"end", answer_end}, {"bind", answer_bind},           {"interface", answer_interface},
+    {"run", answer_run},       {"bystander", answer_bystander}, {"running", answer_running},
+    {"end", answer_end},       {"bind", answer_bind},           {"interface", answer_interface},
+    {"number", answer_number}, {"keep", answer_keep},
 };
 
 static void answer(int requests, const message &request, const std::vector<int> &descriptors)
@@ -164,6 +186,22 @@ static void serve(int requests, int endings)
     }
 }
 
+// Keeps the world for people to look at. Nothing of the test's stays open, so that whoever reads
+// the test's output sees its end. The first process of a world is spared signals without a handler,
+// so the one that ends it is waited for.
+static void stay()
+{
+    close_range(0, ~0U, 0);
+    sigset_t awaited;
+    sigemptyset(&awaited);
+    sigaddset(&awaited, SIGTERM);
+    sigaddset(&awaited, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &awaited, nullptr);
+    while (sigwaitinfo(&awaited, nullptr) != SIGTERM)
+        while (waitpid(-1, nullptr, WNOHANG) > 0)
+            ;
+}
+
 static void greet(int requests, bool has_user_namespace)
 {
     std::vector<int> descriptors = {
@@ -200,6 +238,8 @@ static void close_others(int first, int second)
         mount_root(program);
         greet(requests, has_user_namespace);
         serve(requests, endings);
+        if (is_kept)
+            stay();
     } catch (const std::exception &e) {
         send_message(requests, {"error", e.what()});
     }

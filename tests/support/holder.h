@@ -19,6 +19,8 @@ namespace support
 //   end NUMBER                        kills it
 //   bind HOST-PATH PATH
 //   interface NAME
+//   number                            -> its own process number, as the machine counts
+//   keep                              it stays when the first socket closes, until SIGTERM
 // It greets with "ok", with its root directory, network and, if any, user namespace as descriptors.
 // On the second socket it sends a message with number and wait status for each process started
 // by "run" that has ended.

@@ -38,9 +38,7 @@ static void map_user(uid_t user, gid_t group)
     write_once("/proc/self/gid_map", "0 " + std::to_string(group) + " 1\n");
 }
 
-// Gives up the rights that would still reach the machine from inside: its clock, its modules, its
-// power switch and its hardware. A program started later cannot have them back.
-static void drop_machine_rights()
+void drop_machine_rights()
 {
     const unsigned rights = 1U << CAP_SYS_TIME | 1U << CAP_SYS_MODULE | 1U << CAP_SYS_BOOT |
                             1U << CAP_SYS_RAWIO | 1U << CAP_MKNOD;

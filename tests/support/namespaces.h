@@ -17,6 +17,10 @@ namespace support
 // Throws when the machine allows neither.
 void leave_machine();
 
+// Gives up the rights that would still reach the machine from inside: its clock, its modules, its
+// power switch and its hardware. A program started later cannot have them back.
+void drop_machine_rights();
+
 // The calling process dies when its parent does. For a child just forked; parent is its parent's
 // number, and 0 where that lies outside of the child's own process numbers.
 void die_with_parent(int parent);

@@ -18,6 +18,12 @@ extern "C" {
 #define BOX_TOOL BOX_DIRECTORY "/tool"
 #define BOX_PRELOAD BOX_DIRECTORY "/preload.so"
 
+// The settings that the preloaded recorder takes out again before the program sees them. A program
+// built with the address sanitizer would refuse a library that comes before the sanitizer's, and
+// mcfg leaves its memory to the end of the process on purpose.
+#define BOX_PRELOAD_SETTING "LD_PRELOAD=" BOX_PRELOAD
+#define BOX_SANITIZER_SETTING "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0"
+
 // A text that grows. Start from LINE_EMPTY, end with line_free().
 struct line {
     char *text; // terminated, NULL while empty

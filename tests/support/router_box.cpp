@@ -9,7 +9,12 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
 #include <fcntl.h>
+#include <gtest/gtest.h>
+#include <iostream>
 #include <poll.h>
 #include <sched.h>
 #include <stdexcept>
@@ -126,19 +131,46 @@ router_box::router_box(const std::string &program) : p(std::make_unique<parts>()
     p->start(program);
 }
 
-router_box::~router_box() = default;
+// Whether the test that this happens in has failed, or is about to fail with an exception.
+static bool has_test_failed()
+{
+    return testing::Test::HasFailure() || std::uncaught_exceptions() > 0;
+}
+
+void router_box::keep()
+{
+    try {
+        std::string first = std::to_string(number());
+        p->ask({"keep"});
+        kill(p->process, SIGKILL); // the holder no longer dies with it
+        std::cerr << "router box: its world is kept\n"
+                  << "  enter it:   " ROUTER_BOX_PROGRAM " --enter " << first << "\n"
+                  << "  its files:  /proc/" << first << "/root" << root_place << "\n"
+                  << "  end it:     kill " << first << "\n";
+    } catch (const std::exception &e) {
+        std::cerr << "router box: its world cannot be kept: " << e.what() << "\n";
+    }
+}
+
+router_box::~router_box()
+{
+    if (getenv("MCFG_KEEP_WORLD") != nullptr && has_test_failed())
+        keep();
+}
+
+pid_t router_box::number() const
+{
+    return std::stoi(p->ask({"number"}).at(1));
+}
 
 void router_box::set_time_limit(int milliseconds)
 {
     p->time_limit = milliseconds;
 }
 
-// The settings that the recorder takes out again before the program sees them. A program built with
-// the address sanitizer would refuse a library that comes before the sanitizer's, and mcfg leaves
-// its memory to the end of the process on purpose.
 static const char *const recorder_settings[] = {
-    "LD_PRELOAD=" BOX_PRELOAD,
-    "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
+    BOX_PRELOAD_SETTING,
+    BOX_SANITIZER_SETTING,
 };
 
 // A sanitizer's finding fails a test whatever the test expects.

@@ -1,6 +1,10 @@
 // The router box: the built program, unmodified, run under any of its names in a private world
 // (world.h) that lives as long as this object, so that several invocations can follow each other
 // over the same files and the same network.
+//
+// KEEPING A WORLD. With MCFG_KEEP_WORLD in the environment, the world of a box that ends in a test
+// that has failed by then stays, with its files, its network and what still runs in it. A message on
+// standard error says how to enter it and how to end it.
 #pragma once
 
 #include "support/world.h"
@@ -42,6 +46,9 @@ class router_box : public world
     pid_t start(const std::vector<std::string> &words, const environment &env = {});
     outcome finish(pid_t handle);
 
+    // The number of the world's first process, as this machine counts: see enter.h.
+    pid_t number() const;
+
     // How long a run may take, in milliseconds, in place of the 60 seconds.
     void set_time_limit(int milliseconds);
 
@@ -55,6 +62,8 @@ class router_box : public world
     std::string host_path(const std::string &path) const override;
 
   private:
+    void keep();
+
     struct parts;
     std::unique_ptr<parts> p;
 };

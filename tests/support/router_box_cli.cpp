@@ -1,10 +1,14 @@
 // The router box from the command line, for demonstrations and for trying things out: its options
 // are carried out in the order they stand in.
+#include "support/enter.h"
+#include "support/env_dump.h"
 #include "support/router_box.h"
 
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <optional>
 #include <stdexcept>
 
@@ -97,6 +101,31 @@ void run_program(visit &v, const std::string &value)
     v.last = v.box.run(words_of(value), v.environment);
 }
 
+void set_one(visit &v, const std::string &value)
+{
+    auto [name, text] = halves(value, '=');
+    support::set_variable(v.environment, name, text);
+}
+
+void take_dump(visit &v, const std::string &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw std::runtime_error("cannot read " + path);
+    std::string text{std::istreambuf_iterator<char>(file), {}};
+    try {
+        for (const auto &[name, value] : support::read_env_dump(text))
+            support::set_variable(v.environment, name, value);
+    } catch (const std::runtime_error &e) {
+        throw std::runtime_error(path + ": " + e.what());
+    }
+}
+
+void open_shell(visit &v, const std::string &)
+{
+    support::enter_world(v.box.number(), "");
+}
+
 void show_file(visit &v, const std::string &path)
 {
     show_heading(path);
@@ -144,8 +173,8 @@ const option options[] = {
      [](visit &v, const std::string &value) { v.box.on(value); }},
     {"--interface", "NAME", "make a network interface",
      [](visit &v, const std::string &value) { v.box.interface(value); }},
-    {"--env", "NAME=VALUE", "set a variable for the runs that follow",
-     [](visit &v, const std::string &value) { v.environment.push_back(halves(value, '=')); }},
+    {"--env", "NAME=VALUE", "set a variable for the runs that follow", set_one},
+    {"--env-file", "HOSTFILE", "set those of a router's dump, such as /tmp/udhcpc-env", take_dump},
     {"--clear-env", nullptr, "forget the variables",
      [](visit &v, const std::string &) { v.environment.clear(); }},
     {"--run", "COMMAND", "run the program under the command's first word; prints nothing",
@@ -154,12 +183,14 @@ const option options[] = {
     {"--show", "PATH", "print a file of the world", show_file},
     {"--trace", nullptr, "print what was done since the last --trace", show_trace},
     {"--ip", "ARGUMENTS", "print what this machine's ip says inside", show_ip},
+    {"--shell", nullptr, "a shell inside (see tests/support/enter.h); exit goes on", open_shell},
 };
 
 void show_help()
 {
     std::cout
         << "usage: router-box OPTION...\n"
+           "       router-box --enter NUMBER [COMMAND]   a shell in a world that was kept\n"
            "Runs mcfg in a private world, where nothing reaches this machine. The options are\n"
            "carried out in order:\n";
     for (const option &o : options) {
@@ -188,6 +219,16 @@ void apply_all(int argc, char **argv)
     }
 }
 
+int enter(int argc, char **argv)
+{
+    char *end = argv[1];
+    long number = argc > 2 ? strtol(argv[2], &end, 10) : 0;
+    if (number <= 0 || *end != '\0' || argc > 4)
+        throw std::invalid_argument(
+            "--enter needs the number of a process, and at most one command");
+    return support::enter_world(pid_t(number), argc > 3 ? argv[3] : "");
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -198,6 +239,8 @@ int main(int argc, char **argv)
         return argc < 2 ? 2 : 0;
     }
     try {
+        if (std::string(argv[1]) == "--enter")
+            return enter(argc, argv);
         apply_all(argc, argv);
     } catch (const std::exception &e) {
         std::cout.flush();
