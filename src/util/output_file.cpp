@@ -8,10 +8,15 @@ FILE *create_output(const char *path)
     return file;
 }
 
-void close_output(FILE *file, const char *path)
+bool close_output(FILE *file, const char *path)
 {
     fflush(file);
-    if (ferror(file))
+    bool is_whole = !ferror(file);
+    if (!is_whole)
         perror(path);
-    fclose(file);
+    if (fclose(file) != 0 && is_whole) {
+        perror(path);
+        is_whole = false;
+    }
+    return is_whole;
 }

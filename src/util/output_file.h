@@ -7,6 +7,6 @@
 // prefix and gives null.
 FILE *create_output(const char *path);
 
-// Close file. When not all of what was written could be stored, that is reported on standard error
-// with path as prefix.
-void close_output(FILE *file, const char *path);
+// Close file. Returns true when all of what was written could be stored; otherwise that is reported
+// on standard error with path as prefix.
+bool close_output(FILE *file, const char *path);

@@ -1,5 +1,6 @@
 #include "wan/peer.h"
 
+#include "util/output_file.h"
 #include "util/process.h"
 #include "util/text.h"
 
@@ -72,7 +73,8 @@ static int run_pppd(const char *, const ppp_params &params)
 
 static int run_xl2tpd(const char *peer_path, const ppp_params &params)
 {
-    FILE *file = fopen("/etc/xl2tpd.conf", "w");
+    static constexpr char conf[] = "/etc/xl2tpd.conf";
+    FILE *file = fopen(conf, "w");
     if (file == nullptr) {
         perror(peer_path);
         return -1;
@@ -89,7 +91,8 @@ static int run_xl2tpd(const char *peer_path, const ppp_params &params)
             "redial timeout = 30\n"
             "autodial = yes\n",
             peer_path, params.server);
-    fclose(file);
+    if (!close_output(file, conf))
+        return -1;
     return run_tool("xl2tpd");
 }
 
@@ -148,7 +151,8 @@ int start_pppd(const ppp_params *params, const json_t *)
     type.write_head(file, *params);
     write_common(file, *params);
     fputs(type.tail, file);
-    fclose(file);
+    if (!close_output(file, path))
+        return -1;
 
     int result = type.run_daemon(path, *params);
     if (result != -1) // an exit status is never negative: the daemon was run

@@ -15,7 +15,7 @@
 // file /var/run/ppp-TYPE-NAME.pid, and TYPE/NAME as argument 6 of ip-up and ip-down.
 //
 // tunnel is the entry that params were filled from; nothing of it is used beyond them.
-// Returns the daemon's exit status (_eval), or -1 when a file cannot be opened, which is reported
-// on standard error with the peer file's path as prefix, whichever of the two it was. Announces
-// itself on standard error; logs nothing.
+// Returns the daemon's exit status (_eval), or -1 when it was not run, with the reason on standard
+// error: a file cannot be opened (the prefix is the peer file's path, whichever of the two it was),
+// or could not be written whole (its own path). Announces itself on standard error; logs nothing.
 int start_pppd(const ppp_params *params, const json_t *tunnel);

@@ -248,4 +248,32 @@ TEST_F(peer, name_with_a_path_in_it_leads_there)
     EXPECT_TRACE("run pppd call ../options.wan", world.trace());
 }
 
+// A daemon that is given half of its options would dial without those that bind it.
+struct full_row {
+    const char *path;
+    const char *type;
+};
+
+constexpr full_row full_rows[] = {
+    {"/etc/ppp/peers/wan1", "pppoe"},
+    {"/etc/ppp/peers/wan1", "pptp"},
+    {"/etc/ppp/peers/wan1", "l2tp"},
+    {"/etc/xl2tpd.conf", "l2tp"},
+};
+
+TEST_F(peer, that_cannot_be_stored_whole_is_not_dialled)
+{
+    world.write("/dev/full", "");
+    world.bind("/dev/full", "/dev/full");
+    for (const full_row &row : full_rows) {
+        SCOPED_TRACE(std::string(row.path) + " " + row.type);
+        world.symlink("/dev/full", row.path);
+        describe("wan1", row.type);
+        EXPECT_EQ(start(), "Start pppd\n" + std::string(row.path) + ": No space left on device\n");
+        EXPECT_EQ(result, -1);
+        world.remove(row.path);
+    }
+    EXPECT_TRACE("", world.trace());
+}
+
 } // namespace
