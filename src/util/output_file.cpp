@@ -1,5 +1,8 @@
 #include "util/output_file.h"
 
+#include <errno.h>
+#include <string.h>
+
 FILE *create_output(const char *path)
 {
     FILE *file = fopen(path, "w");
@@ -19,4 +22,13 @@ bool close_output(FILE *file, const char *path)
         is_whole = false;
     }
     return is_whole;
+}
+
+int check_path_part(const char *name)
+{
+    if (strchr(name, '/') == nullptr)
+        return 0;
+    errno = EINVAL;
+    perror(name);
+    return EINVAL;
 }

@@ -10,3 +10,8 @@ FILE *create_output(const char *path);
 // Close file. Returns true when all of what was written could be stored; otherwise that is reported
 // on standard error with path as prefix.
 bool close_output(FILE *file, const char *path);
+
+// Before name becomes part of a path: with a slash in it, it could lead out of the directory that
+// it is meant for. Returns 0, or EINVAL when it holds one, which is reported on standard error with
+// the name as prefix.
+int check_path_part(const char *name);

@@ -139,6 +139,8 @@ static FILE *open_private(const char *path)
 
 int start_pppd(const ppp_params *params, const json_t *)
 {
+    if (check_path_part(params->name) != 0)
+        return -1;
     char path[PEER_PATH_MAX];
     text_format(path, sizeof(path), "/etc/ppp/peers/%s", params->name);
     FILE *file = open_private(path);

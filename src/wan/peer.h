@@ -16,6 +16,7 @@
 //
 // tunnel is the entry that params were filled from; nothing of it is used beyond them.
 // Returns the daemon's exit status (_eval), or -1 when it was not run, with the reason on standard
-// error: a file cannot be opened (the prefix is the peer file's path, whichever of the two it was),
-// or could not be written whole (its own path). Announces itself on standard error; logs nothing.
+// error: a file cannot be opened (the prefix is the peer file's path, whichever of the two it was);
+// a file could not be written whole (its own path); the name holds a slash, which would lead out of
+// /etc/ppp/peers (the name; nothing is written). Announces itself on standard error; logs nothing.
 int start_pppd(const ppp_params *params, const json_t *tunnel);

@@ -4,6 +4,7 @@
 #include "util/link_state.h"
 #include "util/lock.h"
 #include "util/log.h"
+#include "util/output_file.h"
 #include "util/process.h"
 #include "util/text.h"
 #include "wan/default_route.h"
@@ -38,6 +39,8 @@ static int create_marker(const char *name)
 
 static void remove_marker(const char *name)
 {
+    if (check_path_part(name) != 0)
+        return;
     char path[MARKER_PATH_MAX];
     marker_path(path, name);
     unlink(path);
@@ -45,8 +48,14 @@ static void remove_marker(const char *name)
 
 int create_link_markers(const ppp_link *link)
 {
-    int error = create_marker(link->iface);
-    return error != 0 ? error : create_marker(link->name);
+    int error = check_path_part(link->iface);
+    if (error == 0)
+        error = check_path_part(link->name);
+    if (error == 0)
+        error = create_marker(link->iface);
+    if (error == 0)
+        error = create_marker(link->name);
+    return error;
 }
 
 bool get_link_metric(const json_t *object, int *metric)

@@ -20,7 +20,8 @@ struct ppp_link {
 
 // Make the empty files /tmp/ppp/link.IFACE and /tmp/ppp/link.NAME, by which scripts see that the
 // link is up. Returns 0, or the error number of the first that could not be made, which is reported
-// on standard error with its path.
+// on standard error with its path. Neither is made when one of the two names holds a slash: EINVAL,
+// reported with that name.
 int create_link_markers(const ppp_link *link);
 
 // The metric of the link object, which is a JSON integer (anything else counts as 0). Returns false

@@ -140,9 +140,11 @@ struct marker_row {
 };
 
 const marker_row marker_rows[] = {
-    {"interface", "a/b", "pppoe-wan1", "/tmp/ppp/link.a/b: No such file or directory\n", ENOENT},
-    {"name", "ppp1", "pppoe-../../etc/x", "/tmp/ppp/link.../../etc/x: No such file or directory\n",
-     ENOENT},
+    {"an interface leads elsewhere", "taken/../../x", "pppoe-wan1",
+     "taken/../../x: Invalid argument\n", EINVAL},
+    {"a name leads elsewhere", "ppp1", "pppoe-taken/../../x", "taken/../../x: Invalid argument\n",
+     EINVAL},
+    {"a slash is enough", "ppp1", "pppoe-wan1/", "wan1/: Invalid argument\n", EINVAL},
     {"a directory is in the way", "ppp1", "pppoe-taken", "/tmp/ppp/link.taken: Is a directory\n",
      EISDIR},
 };
@@ -158,7 +160,36 @@ TEST_F(ppp_event_input, a_marker_that_cannot_be_made_ends_the_event)
         EXPECT_EQ(result.trace.find("wan_ppp_up"), std::string::npos);
         EXPECT_EQ(result.trace.find("log ppp-up: done"), std::string::npos);
         EXPECT_FALSE(box.exists("/var/run/state_link"));
+        EXPECT_FALSE(box.exists("/tmp/x"));
+        EXPECT_EQ(box.exists("/tmp/ppp/link.ppp1"), row.status != EINVAL);
+        box.remove("/tmp/ppp/link.ppp1");
     }
+}
+
+// Names that only look like a way out are names like any other.
+TEST_F(ppp_event_input, markers_of_names_with_dots)
+{
+    box.on("skip ioctl");
+    for (const char *name : {".", "..", "", "..x"}) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(up(with(wan1, "LINKNAME", std::string("pppoe-") + name)).err, "");
+        EXPECT_TRUE(box.exists(std::string("/tmp/ppp/link.") + name));
+    }
+}
+
+// A record that another hand has changed.
+TEST_F(ppp_event_input, down_removes_no_file_elsewhere)
+{
+    box.mkdir("/tmp/ppp/link.taken");
+    box.write("/tmp/x", "");
+    box.write("/tmp/ppp/link.ppp1", "");
+    box.write("/var/run/state_link", R"({"state_links":[{"iface":"ppp1","type":"pppoe",
+        "name":"taken/../../x","ipaddr":"10.9.0.10"}]})");
+    outcome result = down({{"IFNAME", "ppp1"}});
+    EXPECT_EQ(result.err, "taken/../../x: Invalid argument\n");
+    EXPECT_TRUE(box.exists("/tmp/x"));
+    EXPECT_FALSE(box.exists("/tmp/ppp/link.ppp1"));
+    EXPECT_EQ(box.read("/var/run/state_link"), "{\n   \"state_links\": []\n}");
 }
 
 TEST_F(ppp_event_input, up_without_a_directory_for_the_markers)

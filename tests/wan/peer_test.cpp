@@ -239,13 +239,38 @@ TEST_F(peer, fields_filled_to_the_brim_fit)
     EXPECT_TRACE("run pppd call " + name, world.trace());
 }
 
-// The path is formed from the name as it is: an administrator who names a tunnel so gets that file.
-TEST_F(peer, name_with_a_path_in_it_leads_there)
+TEST_F(peer, name_that_leads_elsewhere_is_refused)
 {
-    describe("../options.wan", "pppoe");
+    for (const char *name : {"../options.wan", "a/b", "/", "wan1/"}) {
+        for (const char *type : {"pppoe", "l2tp", "3g"}) {
+            SCOPED_TRACE(std::string(name) + " " + type);
+            describe(name, type);
+            EXPECT_EQ(start(), std::string(name) + ": Invalid argument\n");
+            EXPECT_EQ(result, -1);
+        }
+    }
+    EXPECT_EQ(world.list("/etc/ppp/peers"), std::vector<std::string>{});
+    EXPECT_FALSE(world.exists("/etc/ppp/options.wan"));
+    EXPECT_FALSE(world.exists("/etc/xl2tpd.conf"));
+    EXPECT_TRACE("", world.trace());
+}
+
+TEST_F(peer, of_dots_is_a_directory)
+{
+    for (const char *name : {".", ".."}) {
+        describe(name, "pppoe");
+        EXPECT_EQ(start(), std::string("/etc/ppp/peers/") + name + ": Is a directory\n");
+        EXPECT_EQ(result, -1);
+    }
+    EXPECT_TRACE("", world.trace());
+}
+
+TEST_F(peer, with_dots_in_its_name_stays_in_the_directory)
+{
+    describe("..wan", "pppoe");
     start();
-    EXPECT_TRUE(world.exists("/etc/ppp/options.wan"));
-    EXPECT_TRACE("run pppd call ../options.wan", world.trace());
+    EXPECT_TRUE(world.exists("/etc/ppp/peers/..wan"));
+    EXPECT_TRACE("run pppd call ..wan", world.trace());
 }
 
 // A daemon that is given half of its options would dial without those that bind it.
