@@ -4,7 +4,7 @@
 //
 // These are the calls of the board's own library, with C linkage, so that the program can be linked
 // with that library instead (-DMCFG_NVRAM_LIBRARY=...). What is said of files here is the built-in
-// store of nvram.cpp, one text file /etc/nvram/N for section N: see docs/nvram.md.
+// store of nvram.cpp, one text file /etc/nvram/N for section N: see mcfg-nvram(5).
 //
 // A value that is handed out belongs to the store. It stays as it is until its section is opened
 // anew, closed or written to; callers that need it longer copy it. A section is read into memory
