@@ -10,7 +10,7 @@ FILE *open_settings(const char *path)
     return file;
 }
 
-static bool is_skipped(char first, comments hash_lines)
+bool is_skipped_line(char first, comments hash_lines)
 {
     if (first == '#')
         return hash_lines == comments::skipped;
@@ -20,7 +20,7 @@ static bool is_skipped(char first, comments hash_lines)
 bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX], comments hash_lines)
 {
     while (fgets(line, sizeof(line), file) != nullptr) {
-        if (!is_skipped(line[0], hash_lines))
+        if (!is_skipped_line(line[0], hash_lines))
             return true;
     }
     return false;

@@ -18,8 +18,25 @@ enum class comments {
     parsed, // they are lines like any other
 };
 
-// Read the next line that counts into line, with its line end: lines whose first character is white
-// space (empty ones among them) are skipped, and comments unless they are to be parsed. Returns
-// false at the end of the file.
+// What becomes of the white space at the end of a field, the line end of the last one above all.
+enum class field_end {
+    kept, // it is part of the field
+    trimmed,
+};
+
+// How the lines of a file are told apart and split. Readers read by it, mctl check judges by it.
+struct line_format {
+    const char *path;
+    comments hash_lines;
+    field_end end;
+    const char *separators;
+};
+
+// Whether a line that begins with first is passed over: one that begins with white space (an empty
+// one among them), and a comment unless these are parsed.
+bool is_skipped_line(char first, comments hash_lines);
+
+// Read the next line that counts (is_skipped_line()) into line, with its line end. Returns false at
+// the end of the file.
 bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX],
                         comments hash_lines = comments::skipped);

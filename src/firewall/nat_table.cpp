@@ -1,6 +1,6 @@
 #include "firewall/tables.h"
 
-#include "firewall/rule_sources.h"
+#include "firewall/nat_lists.h"
 #include "firewall/rule_table.h"
 #include "firewall/switches.h"
 #include "util/ip_query.h"

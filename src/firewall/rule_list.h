@@ -15,12 +15,6 @@
 constexpr size_t LIST_FIELDS_MAX = 9;
 constexpr size_t LIST_FIELD_MAX = 32; // with the terminator
 
-// What becomes of the white space at the end of a field, the line end of the last one above all.
-enum class field_end {
-    kept, // it goes into the rule
-    trimmed,
-};
-
 // What a line that stops early finds in the fields that it does not give.
 enum class missing_fields {
     inherited, // those of the entry before; empty for the first one

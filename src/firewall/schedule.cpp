@@ -1,15 +1,9 @@
 #include "firewall/schedule.h"
 
+#include "firewall/list_formats.h"
 #include "util/text.h"
 
 #include <string.h>
-
-enum sched_field { SCHED_NAME = 0, SCHED_ENABLED = 1, SCHED_DAYS = 3, SCHED_TIME = 4 };
-
-constexpr list_format sched_list = {
-    "/etc/default/sched_list", 5,   comments::parsed, field_end::kept,
-    missing_fields::inherited, " ", nullptr,
-};
 
 constexpr const char *day_names[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
 constexpr size_t DAYS = sizeof(day_names) / sizeof(day_names[0]);
@@ -19,12 +13,13 @@ const char *get_sched_by_name(const char *name, char (&days_out)[LIST_FIELD_MAX]
                               char (&time_out)[LIST_FIELD_MAX])
 {
     list_reader reader;
-    if (!open_list(&reader, sched_list))
+    if (!open_list(&reader, schedules_format))
         return nullptr;
     const char *found = nullptr;
     const auto &field = reader.entry.field;
     while (found == nullptr && next_entry(&reader)) {
-        if (strcmp(field[SCHED_NAME], name) != 0 || strcmp(field[SCHED_ENABLED], "1") != 0)
+        if (strcmp(field[SCHED_NAME], name) != 0 ||
+            strcmp(field[SCHED_ENABLED], SCHED_IS_ENABLED) != 0)
             continue;
         text_set(days_out, field[SCHED_DAYS]);
         text_set(time_out, field[SCHED_TIME]);
@@ -58,7 +53,7 @@ int timematch_conv_morvi(char (&out)[TIME_MATCH_MAX], const char *days, const ch
 
 void schedule_to_match(char (&out)[TIME_MATCH_MAX], const char *schedule)
 {
-    if (schedule[0] == '\0' || strcmp(schedule, "always") == 0)
+    if (schedule[0] == '\0' || strcmp(schedule, ALWAYS_SCHEDULE) == 0)
         return;
     char days[LIST_FIELD_MAX];
     char time[LIST_FIELD_MAX];

@@ -1,7 +1,8 @@
 // What the tests of the list readers share: a reader run on a list, and what it wrote.
 #pragma once
 
-#include "firewall/rule_sources.h"
+#include "firewall/filter_lists.h"
+#include "firewall/nat_lists.h"
 #include "firewall/switches.h"
 #include "support/unit_test.h"
 

@@ -1,4 +1,5 @@
-#include "firewall/rule_sources.h"
+#include "firewall/filter_lists.h"
+#include "firewall/nat_lists.h"
 
 #include "firewall/list_test.h"
 

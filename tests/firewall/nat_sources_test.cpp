@@ -1,4 +1,4 @@
-#include "firewall/rule_sources.h"
+#include "firewall/nat_lists.h"
 
 #include "firewall/list_test.h"
 

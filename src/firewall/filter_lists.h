@@ -1,4 +1,5 @@
-// The user's rule lists under /etc/default, turned into lines of a rule file that is being written.
+// The user's lists of the filter table under /etc/default, turned into lines of its rule file while
+// that is being written.
 //
 // Every reader writes its lines to the end of file and returns 0, or -1 when its list cannot be
 // opened (reported on standard error with the path; nothing is written then). Callers go on with
@@ -28,14 +29,3 @@ int get_url_filters(FILE *file, const char *accept_target, const char *drop_targ
 // /etc/default/httpd_access.conf: the chain H_ACCESS, who may reach the router from outside. Tag
 // get_haccess_filters; the fields are logged.
 int get_haccess_rules(FILE *file);
-
-// /etc/default/vservers: the chain VSERVER, port forwards. Tag get_vservers_filters; the fields are
-// logged (tag get_vservers_rules).
-int get_vservers_rules(FILE *file);
-
-// /etc/default/masq: the networks whose source address is rewritten. Tag get_masquerading.
-int get_masquerading(FILE *file);
-
-// /etc/default/trigger_ports: outgoing traffic of the LAN that opens a port. Logs each entry (tag
-// porttrigger_setting_morvi). Writes nothing and returns -1 when the switch is off.
-int porttrigger_setting_morvi(FILE *file, const char *lan_if);

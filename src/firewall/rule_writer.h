@@ -1,0 +1,55 @@
+// The engine that turns a list of the user into lines of a rule file: what the readers of
+// filter_lists.h and nat_lists.h have in common.
+#pragma once
+
+#include "firewall/rule_list.h"
+#include "firewall/schedule.h"
+
+#include <stddef.h>
+#include <stdio.h>
+
+constexpr size_t RULE_TEXT_MAX = 256;
+
+// What stands for the closing target of MACS until an entry has given it; iptables knows no such
+// chain.
+constexpr char NO_TARGET[] = "(null)";
+
+// What the writers of a list work with while the list is read.
+struct rule_output {
+    FILE *file;
+    const char *lan_if = "";
+    const char *accept_target = "";
+    const char *drop_target = "";
+    char time_match[TIME_MATCH_MAX] = "";   // of the latest entry with a schedule
+    const char *closing_target = NO_TARGET; // the verdict at the end of MACS
+};
+
+struct rule_source {
+    const list_format &format;
+    const char *tag; // for "start" and "done"; null for a list that says neither
+    // Writes the rules of an entry. Returns false to give the list up.
+    bool (*write_entry)(const list_entry &entry, rule_output *out);
+    void (*write_closing)(const rule_output &out); // behind the last entry; may be null
+};
+
+// Write the rules of all entries. Returns 0, or -1 when the list cannot be opened (reported on
+// standard error with its path) or a writer gives it up.
+int write_rules(const rule_source &source, rule_output out);
+
+// A field that becomes an option of its rule, unless it is "-".
+struct option_field {
+    size_t field;
+    const char *option;
+    const char *range_option; // for a text with a hyphen in it; null when ranges are no different
+};
+
+// Append the options that the entry gives, in the order of the table.
+void append_options(char (&text)[RULE_TEXT_MAX], const option_field *options, size_t count,
+                    const list_entry &entry);
+
+template <size_t N>
+void append_options(char (&text)[RULE_TEXT_MAX], const option_field (&options)[N],
+                    const list_entry &entry)
+{
+    append_options(text, options, N, entry);
+}
