@@ -1,6 +1,7 @@
 #include "config/document.h"
 
 #include "config/json_access.h"
+#include "config/known_interfaces.h"
 #include "config/params.h"
 #include "config/sources.h"
 #include "util/log.h"
@@ -8,24 +9,6 @@
 
 #include <jansson.h>
 #include <string.h>
-
-// An interface that the router knows, with what it is when the settings have no line for it.
-struct known_interface {
-    const char *iface;
-    const char *name;
-    const char *list; // the member of "Network" that its entry is appended to
-    bool has_tunnels;
-    const char *type;
-    const char *ipaddr;
-    const char *netmask;
-};
-
-// The order is that of the entries: the wired WAN is always element 0 of "Wan".
-constexpr known_interface interfaces[] = {
-    {"br0", "LAN0", "Lan", false, "static", "192.168.0.1", "255.255.255.0"},
-    {"vlan2", "WAN", "Wan", true, "dhcp", "-", "-"},
-    {"wimax0", "WIMAX", "Wan", false, "dhcp", "-", "-"},
-};
 
 static bool is_given(const char *text)
 {
@@ -104,7 +87,7 @@ static void add_interfaces(json_t *network, bool from_files)
     // One record for all: a short line leaves the fields that it does not reach as the line of the
     // interface before has set them.
     iface_params params = {};
-    for (const known_interface &known : interfaces) {
+    for (const known_interface &known : known_interfaces) {
         json_t *entry;
         bool is_listed = get_iface_params(&params, known.iface) == 1;
         if (is_listed && from_files) {

@@ -136,21 +136,34 @@ int get_iface_params_from_json(const json_t *entry, struct iface_params *params)
     return 1;
 }
 
+static bool is_server_type(const char *type)
+{
+    return strcmp(type, "l2tp") == 0 || strcmp(type, "pptp") == 0;
+}
+
+static bool has_kind(const char *type, peer_kind kind)
+{
+    switch (kind) {
+    case peer_kind::pppoe:
+        return strcmp(type, "pppoe") == 0;
+    case peer_kind::server:
+        return is_server_type(type);
+    case peer_kind::any:
+        break;
+    }
+    return true;
+}
+
 int get_ppp_params_from_json(const json_t *entry, struct ppp_params *params)
 {
     *params = {};
-    get_string_from_json_by_name(entry, "name", params->name);
-    get_string_from_json_by_name(entry, "type", params->type);
-    params->auto_dial = json_is_true(json_object_get(entry, "auto")) ? 1 : 0;
-    get_string_from_json_by_name(entry, "login", params->login);
-    get_string_from_json_by_name(entry, "passwd", params->passwd);
-    get_integer_from_json_by_name(entry, "metric", &params->metric);
-    if (strcmp(params->type, "l2tp") == 0 || strcmp(params->type, "pptp") == 0) {
-        get_string_from_json_by_name(entry, "server", params->server);
-    } else if (strcmp(params->type, "pppoe") == 0) {
-        get_string_from_json_by_name(entry, "iface", params->iface);
-        get_string_from_json_by_name(entry, "ac", params->ac);
-        get_string_from_json_by_name(entry, "service", params->service);
+    for (const ppp_param_field &field : ppp_param_fields) {
+        // The type comes before the fields that depend on it.
+        if (has_kind(params->type, field.kind))
+            get_string_from_json_by_name(
+                entry, field.key, reinterpret_cast<char *>(params) + field.offset, field.capacity);
     }
+    params->auto_dial = json_is_true(json_object_get(entry, "auto")) ? 1 : 0;
+    get_integer_from_json_by_name(entry, "metric", &params->metric);
     return 1;
 }

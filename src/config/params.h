@@ -2,6 +2,7 @@
 // Every field is a text with its terminator; a record lives on its user's stack.
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
 constexpr int IPV4_TEXT_MAX = 16; // "255.255.255.255" and the terminator
@@ -35,3 +36,31 @@ struct ppp_params {
     char ac[64];     // PPPoE access concentrator name
     char service[64];
 };
+
+// The connections whose entries give a field.
+enum class peer_kind {
+    any,
+    pppoe,
+    server, // pptp and l2tp
+};
+
+// A text of ppp_params: the member that fills it, and the room there with the terminator.
+struct ppp_param_field {
+    const char *key;
+    peer_kind kind;
+    size_t offset;
+    size_t capacity;
+};
+
+#define PPP_PARAM_FIELD(member, kind)                                                              \
+    {                                                                                              \
+#member, kind, offsetof(ppp_params, member), sizeof(ppp_params::member)                    \
+    }
+
+inline constexpr ppp_param_field ppp_param_fields[] = {
+    PPP_PARAM_FIELD(name, peer_kind::any),      PPP_PARAM_FIELD(type, peer_kind::any),
+    PPP_PARAM_FIELD(login, peer_kind::any),     PPP_PARAM_FIELD(passwd, peer_kind::any),
+    PPP_PARAM_FIELD(server, peer_kind::server), PPP_PARAM_FIELD(iface, peer_kind::pppoe),
+    PPP_PARAM_FIELD(ac, peer_kind::pppoe),      PPP_PARAM_FIELD(service, peer_kind::pppoe),
+};
+#undef PPP_PARAM_FIELD

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 constexpr char STORE_DIRECTORY[] = "/etc/nvram";
-constexpr size_t SECTION_MAX = 64 * 1024; // one erase block of the flash
 constexpr int SECTION_COUNT = 4;
 constexpr mode_t NEW_FILE_MODE = 0600; // wireless keys are in there
 
@@ -22,8 +21,9 @@ using store_path = char[STORE_PATH_MAX];
 // can be handed out as they lie. Memory that no section fills is never touched and costs nothing.
 struct section_copy {
     bool is_open;
-    size_t length;              // with the terminators
-    char text[SECTION_MAX + 1]; // one more for a full section whose last line lacks its line end
+    size_t length; // with the terminators
+    char text[NVRAM_SECTION_MAX +
+              1]; // one more for a full section whose last line lacks its line end
 };
 
 static section_copy copies[SECTION_COUNT];
@@ -123,7 +123,7 @@ static int edit_line(section_copy *copy, const char *key, const char *value)
     span line = find_line(copy, key);
     size_t size = strlen(key) + strlen("=") + strlen(value) + 1;
     size_t tail = copy->length - line.end;
-    if (size > SECTION_MAX || line.start + size + tail > SECTION_MAX)
+    if (size > NVRAM_SECTION_MAX || line.start + size + tail > NVRAM_SECTION_MAX)
         return -ENOSPC;
     memmove(copy->text + line.start + size, copy->text + line.end, tail);
     text_format(copy->text + line.start, size, "%s=%s", key, value);

@@ -11,6 +11,10 @@
 // once, when it is opened or first used, so reading hundreds of keys costs one file access.
 #pragma once
 
+#include <stddef.h>
+
+constexpr size_t NVRAM_SECTION_MAX = 64 * 1024; // one erase block of the flash
+
 constexpr int NVRAM_DEVICE = 0;
 constexpr int NVRAM_WIRELESS = 1;
 

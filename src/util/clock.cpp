@@ -26,7 +26,7 @@ struct kernel_zone {
 
 static bool read_zone_name(char *name, int cap)
 {
-    FILE *file = fopen("/etc/TZ", "r");
+    FILE *file = fopen(ZONE_FILE, "r");
     if (file == nullptr)
         return false;
     bool is_read = fgets(name, cap, file) != nullptr;
@@ -36,7 +36,7 @@ static bool read_zone_name(char *name, int cap)
 
 static void use_zone_of_device()
 {
-    char name[64];
+    char name[ZONE_TEXT_MAX];
     if (!read_zone_name(name, sizeof(name))) {
         logmessage(TAG, "nvram");
         return;

@@ -1,6 +1,9 @@
 // The kernel's time zone.
 #pragma once
 
+constexpr char ZONE_FILE[] = "/etc/TZ";
+constexpr int ZONE_TEXT_MAX = 64; // with the terminator
+
 // Tell the kernel how far the local time of /etc/TZ (one line, a POSIX time zone, at most 63
 // characters of it) lies west of UTC: the firewall's schedules and the stamps of files on FAT disks
 // go by that. Without the file the zone is that of the environment. The clock is set to the time

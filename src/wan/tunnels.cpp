@@ -39,7 +39,7 @@ constexpr unsuited unsuited_pairs[] = {
     {nullptr, "ppp", "ppp"},
 };
 
-static int get_dial_budget(const char *wan_type)
+int get_dial_budget(const char *wan_type)
 {
     for (const dial_budget &row : budgets) {
         if (strcmp(row.wan_type, wan_type) == 0)
@@ -48,8 +48,7 @@ static int get_dial_budget(const char *wan_type)
     return 0;
 }
 
-// The words of the pair, or null when the tunnel may be dialled.
-static const char *why_unsuited(const char *wan_type, const char *type)
+const char *why_unsuited(const char *wan_type, const char *type)
 {
     for (const unsuited &row : unsuited_pairs) {
         bool is_wan = row.wan_type == nullptr || strcmp(row.wan_type, wan_type) == 0;

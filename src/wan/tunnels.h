@@ -13,6 +13,13 @@
 // tun_array" when tunnels is no array. What becomes of the daemons is not looked at.
 void start_tunnels(const char *wan_type, const json_t *tunnels);
 
+// How many connections start_tunnels() dials over a WAN entry of type wan_type.
+int get_dial_budget(const char *wan_type);
+
+// Why a connection of that type is not dialled over a WAN entry of type wan_type, in the words of
+// the log, or null when it may be.
+const char *why_unsuited(const char *wan_type, const char *type);
+
 // Stop the daemons of all tunnels, dialled or not: xl2tpd by its name, which stops every L2TP
 // tunnel, and pppd with SIGTERM through the pid file of the tunnel's link, a second time after 3
 // seconds when that fails. Members that are missing or no texts count as empty. A name with a slash in

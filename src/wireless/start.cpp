@@ -35,19 +35,6 @@ static void start_client_link()
     shell("iwpriv apcli0 set ApCliEnable=1");
 }
 
-// The last interface of that number of BSSs only: those below it are left as they are.
-struct extra_bss {
-    const char *bss_count;
-    const char *iface;
-    const char *bridge_command;
-};
-
-constexpr extra_bss EXTRA_BSS[] = {
-    {"2", "ra1", "brctl addif br0 ra1"},
-    {"3", "ra2", "brctl addif br0 ra2"},
-    {"4", "ra3", "brctl addif br0 ra3"},
-};
-
 static void start_extra_bss()
 {
     for (const extra_bss &row : EXTRA_BSS) {
@@ -59,9 +46,6 @@ static void start_extra_bss()
     }
 }
 
-constexpr size_t WDS_LIST_MAX = 512;
-constexpr int WDS_LINKS = 4; // the driver has wds0 to wds3
-
 static void start_wds_link(int number)
 {
     char name[16];
@@ -71,12 +55,21 @@ static void start_wds_link(int number)
     run_tool("brctl", "addif", "br0", name);
 }
 
+static bool has_wds(const char *mode)
+{
+    for (const char *known : WDS_MODES) {
+        if (strcmp(known, mode) == 0)
+            return true;
+    }
+    return false;
+}
+
 // One link for each peer of the list. The peers' addresses themselves are the driver's affair,
 // which has them from the profile. Only the first character tells a list from none, so one that
 // begins with a letter, even if it is an address, counts as none.
 static void start_wds()
 {
-    if (!is_set_to("WdsEnable", "2") && !is_set_to("WdsEnable", "3"))
+    if (!has_wds(setting("WdsEnable")))
         return;
     char list[WDS_LIST_MAX];
     text_set(list, setting("WdsList"));
@@ -95,8 +88,6 @@ static void switch_radio()
     bool is_off = is_set_to("RadioOff", "1");
     shell(is_off ? "iwpriv ra0 set RadioOn=0" : "iwpriv ra0 set RadioOn=1");
 }
-
-constexpr const char *AUTHENTICATED_MODES[] = {"WPA", "WPA2", "WPA1WPA2"};
 
 static bool needs_authenticator()
 {
