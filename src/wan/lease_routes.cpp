@@ -84,16 +84,26 @@ static bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-// The decimal number at the cursor, which moves behind it. Stops growing long before it could wrap
-// round to a believable one.
-static unsigned read_number(const char **cursor)
+// The decimal number at the cursor, which moves behind it. Stops growing once it is no prefix
+// length, so that it cannot wrap round to one.
+static int read_prefix(const char **cursor)
 {
-    unsigned number = 0;
+    int number = 0;
     for (; is_digit(**cursor); (*cursor)++) {
-        if (number < UINT32_MAX / 100)
-            number = number * 10 + static_cast<unsigned>(**cursor - '0');
+        if (number <= PREFIX_MAX)
+            number = number * 10 + (**cursor - '0');
     }
     return number;
+}
+
+// The low eight bits of the decimal number at the cursor, which moves behind it. However long the
+// number, wrapping round does not touch them.
+static uint32_t read_octet(const char **cursor)
+{
+    uint32_t number = 0;
+    for (; is_digit(**cursor); (*cursor)++)
+        number = number * 10 + static_cast<uint32_t>(**cursor - '0');
+    return number & 0xff;
 }
 
 enum class octets {
@@ -112,7 +122,7 @@ static bool read_octets(const char **cursor, int count, octets how, uint32_t *ad
         if (**cursor != ' ' || !is_digit((*cursor)[1]))
             return false;
         (*cursor)++;
-        *address |= (read_number(cursor) & 0xff) << (24 - 8 * i);
+        *address |= read_octet(cursor) << (24 - 8 * i);
     }
     return true;
 }
@@ -130,7 +140,7 @@ bool add_classless_routes(const char *iface, const char *routes)
 {
     const char *cursor = routes;
     while (is_digit(*cursor)) {
-        int prefix = static_cast<int>(read_number(&cursor));
+        int prefix = read_prefix(&cursor);
         if (!is_prefix(prefix) || *cursor != ' ')
             break;
         uint32_t destination = 0;

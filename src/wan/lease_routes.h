@@ -17,7 +17,7 @@ void add_static_routes(const char *iface, const char *routes);
 // msroutes: classless routes as decimal octets (RFC 3442): prefix length, as many octets of the
 // destination as it covers, the router's four octets; again and again. A prefix length outside 1 to
 // 32 or without a blank behind it ends the list. The router may be cut short by the end of the
-// text, its missing octets being 0. Of an octet above 255 only the low eight bits count. Returns
-// false, with the routes up to there added, when an octet is not where it must be; the rest of the
-// lease is then not to be trusted.
+// text, its missing octets being 0. Of an octet above 255, however long, only the low eight bits
+// count. Returns false, with the routes up to there added, when an octet is not where it must be;
+// the rest of the lease is then not to be trusted.
 bool add_classless_routes(const char *iface, const char *routes);

@@ -151,6 +151,13 @@ const classless_row classless_rows[] = {
     {"of an octet above 255 the low eight bits count", "16 266 257 10 0 0 513", true, R"(
         ioctl vlan2 SIOCADDRT 10.1.0.0/255.255.0.0 via 10.0.0.1 metric 1 flags 0x3
     )"},
+    {"also of one with nine digits", "16 900000010 999999754 10 0 0 900000001", true, R"(
+        ioctl vlan2 SIOCADDRT 10.10.0.0/255.255.0.0 via 10.0.0.1 metric 1 flags 0x3
+    )"},
+    {"and of one beyond every number",
+     "8 4294967306 10 0 0 340282366920938463463374607431768211457", true, R"(
+        ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 10.0.0.1 metric 1 flags 0x3
+    )"},
     {"a comma in the destination", "24 192,168", false, ""},
     {"the destination cut short", "24 192 168", false, ""},
     {"the destination cut short behind a blank", "24 192 168 ", false, ""},
