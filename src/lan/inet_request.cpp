@@ -23,9 +23,14 @@ int inet_finish(int fd, int result, const char *prefix)
     return error;
 }
 
+bool inet_is_given(const char *text)
+{
+    return text != nullptr && text[0] != '\0';
+}
+
 in_addr_t inet_from_text(const char *text)
 {
-    return text != nullptr ? inet_addr(text) : 0;
+    return inet_is_given(text) ? inet_addr(text) : 0;
 }
 
 void inet_set_address(sockaddr *address, in_addr_t address_be)

@@ -12,8 +12,11 @@ int inet_open(int type, int protocol);
 // number that stood when this was called, after reporting it on standard error with prefix.
 int inet_finish(int fd, int result, const char *prefix);
 
-// The address, in network order, of a dotted quad. Null is 0.0.0.0; a text that is no dotted quad
-// gives 255.255.255.255.
+// Whether text says anything: null and "" count as absent in every request.
+bool inet_is_given(const char *text);
+
+// The address, in network order, of a dotted quad. An absent one is 0.0.0.0; a text that is no
+// dotted quad gives 255.255.255.255.
 in_addr_t inet_from_text(const char *text);
 
 // Make *address an AF_INET address of address_be (network order), port 0.

@@ -9,11 +9,6 @@
 
 constexpr int RAW_PROTOCOL = 255;
 
-static bool is_given(const char *text)
-{
-    return text != nullptr && text[0] != '\0';
-}
-
 static void set_name(ifreq *request, const char *name)
 {
     memcpy(request->ifr_name, name, strnlen(name, sizeof(request->ifr_name)));
@@ -37,12 +32,12 @@ static int configure(int fd, const char *name, int flags, const char *address, c
     set_name(&request, name);
     if (set_flags(fd, &request, flags) < 0)
         return -1;
-    if (!is_given(address))
+    if (!inet_is_given(address))
         return 0;
     in_addr_t address_be = inet_from_text(address);
     if (set_address(fd, &request, SIOCSIFADDR, address_be) < 0)
         return -1;
-    if (!is_given(netmask))
+    if (!inet_is_given(netmask))
         return 0;
     in_addr_t netmask_be = inet_from_text(netmask);
     if (set_address(fd, &request, SIOCSIFNETMASK, netmask_be) < 0)

@@ -87,7 +87,7 @@ TEST_F(ppp_event_input, up_without_any_variable)
         log ppp-up: metric is shit!!!!!
         log ppp-up: netmask = 255.255.255.255
         log mcfg-wan_ppp_up: start\n
-        ioctl '' SIOCDELRT 255.255.255.255/255.255.255.255 metric 0 flags 0x5 = ENODEV
+        ioctl '' SIOCDELRT 0.0.0.0/255.255.255.255 metric 0 flags 0x5 = ENODEV
         run sys_netbase save_ppp_info add '' '' '' ''
         run /etc/init.d/scripts/resolv add '' '' '' ''
         run /etc/init.d/scripts/resolv start

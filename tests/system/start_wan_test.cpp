@@ -165,6 +165,44 @@ TEST_F(start_wan, of_a_static_entry_brings_the_link_up_at_once)
     EXPECT_EQ(box.read("/var/run/state_link"), fixture("wan/state_link-static"));
 }
 
+// A settings line that ends early leaves empty texts in the document, and they are no addresses:
+// what has no gateway is on the link.
+struct short_line {
+    const char *oddity;
+    const char *line; // of the settings
+    const char *requested;
+    const char *routes;
+};
+
+constexpr char ON_THE_LINK[] = "0.0.0.0/255.255.255.255 metric 0 flags 0x5, "
+                               "0.0.0.0/0.0.0.0 metric 1 flags 0x1";
+
+const short_line short_lines[] = {
+    {"six fields", "vlan2 wan 1 static 192.0.2.2 255.255.255.0", ON_THE_LINK,
+     "0.0.0.0 dev vlan2\ndefault dev vlan2\n"},
+    {"five fields", "vlan2 wan 1 static 192.0.2.2", ON_THE_LINK,
+     "0.0.0.0 dev vlan2\ndefault dev vlan2\n"},
+    {"a dash is no route at all", "vlan2 wan 1 static 192.0.2.2 255.255.255.0 -", "", ""},
+};
+
+TEST_F(start_wan, of_a_static_line_that_ends_early_has_no_gateway)
+{
+    configure_example();
+    box.interface("vlan2");
+    for (const short_line &row : short_lines) {
+        SCOPED_TRACE(row.oddity);
+        box.write("/etc/default/network-interfaces", row.line + std::string("\n"));
+        box.run({"mcfg", "set_config"});
+        outcome started = mcfg({"start_wan", "1", "0"});
+        EXPECT_EQ(started.err, "");
+        EXPECT_EQ(rests(started.trace, "ioctl vlan2 SIOCADDRT "), row.requested);
+        EXPECT_EQ(vlan2(), "up 192.0.2.2/24 broadcast 192.0.2.255");
+        EXPECT_EQ(routes(), row.routes);
+        mcfg({"stop_wan", "1", "0"});
+        EXPECT_EQ(routes(), "");
+    }
+}
+
 TEST_F(start_wan, of_static_entries_names_their_links_by_the_interface)
 {
     configure(R"([
