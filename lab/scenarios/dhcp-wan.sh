@@ -48,6 +48,7 @@ step "stop"
 check "stop_wan succeeds" mcfg stop_wan
 soon "the client is gone" not runs "busybox udhcpc"
 soon "vlan2 has no address" has_no_address vlan2
+check "vlan2 is down: the client's last event came while stop_wan waited for the PPP lines" not is_up vlan2
 check "there is no default route" not has_route default
 check "the link is not recorded" not is_linked wan
 check "the port forward has no address to listen on" not has_rule nat "-A PREROUTING -d $address/32 -i vlan2 -j VSERVER"

@@ -4,6 +4,8 @@
 #include "util/lock.h"
 #include "util/log.h"
 
+#include <string.h>
+
 constexpr char STORE_PATH[] = "/var/run/state_link";
 constexpr char LINKS_KEY[] = "state_links";
 constexpr size_t LINK_NAME_MAX = 64;
@@ -104,12 +106,29 @@ void remove_link_state_ex(json_t *root, const char *param, const char *value)
     logmessage(tag, "stop");
 }
 
-static void forget_link(const char *tag, json_t *root, const char *iface, undo_link undo)
+static bool is_over(const json_t *link, const char *iface)
+{
+    const char *text = json_string_value(json_object_get(link, "iface"));
+    return text != nullptr && strcmp(text, iface) == 0;
+}
+
+bool is_link_recorded(const char *iface)
+{
+    json_t *root = load_store();
+    const json_t *links = json_object_get(root, LINKS_KEY);
+    bool is_recorded = false;
+    for (size_t i = 0; i < json_array_size(links) && !is_recorded; i++)
+        is_recorded = is_over(json_array_get(links, i), iface);
+    json_decref(root);
+    return is_recorded;
+}
+
+static bool forget_link(const char *tag, json_t *root, const char *iface, undo_link undo)
 {
     const json_t *record = get_link_state_ex(root, "iface", iface);
     if (record == nullptr) {
         logmessage(tag, " Not get link on iface %s", iface);
-        return;
+        return false;
     }
     logmessage(tag, "Get link on iface %s", iface);
     undo(iface, record);
@@ -118,13 +137,15 @@ static void forget_link(const char *tag, json_t *root, const char *iface, undo_l
     if (links != nullptr)
         logmessage(tag, " size of array =  %d", static_cast<int>(json_array_size(links)));
     write_store(root);
+    return true;
 }
 
-void forget_link_state(const char *tag, const char *iface, undo_link undo)
+bool forget_link_state(const char *tag, const char *iface, undo_link undo)
 {
     json_t *root = load_store();
     if (root == nullptr)
-        return;
-    forget_link(tag, root, iface, undo);
+        return false;
+    bool was_recorded = forget_link(tag, root, iface, undo);
     json_decref(root);
+    return was_recorded;
 }

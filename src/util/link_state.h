@@ -28,11 +28,15 @@ json_t *get_link_state_ex(json_t *root, const char *param, const char *value);
 // writes the store. Logs with the tag mcfg-remove_link_state_ex.
 void remove_link_state_ex(json_t *root, const char *param, const char *value);
 
+// Whether the store has a record of the link over iface at this moment, as far as can be told
+// without the lock: a store that cannot be read has none. Logs nothing.
+bool is_link_recorded(const char *iface);
+
 // What the end of a link undoes, by its record in the store.
 using undo_link = void (*)(const char *iface, const json_t *record);
 
 // Load the store, call undo with the record of the link over iface, remove the record and write the
 // store back. Without a record nothing is written; without a store nothing happens. The caller
 // holds the lock. Logs "Get link on iface IFACE" or " Not get link on iface IFACE", and the number
-// of links left, with the caller's tag.
-void forget_link_state(const char *tag, const char *iface, undo_link undo);
+// of links left, with the caller's tag. Returns whether there was a record.
+bool forget_link_state(const char *tag, const char *iface, undo_link undo);

@@ -170,7 +170,8 @@ int udhcpc_deconfig()
     write_expiry(lease.iface);
     restart_resolver();
     leds_dialling();
-    wan_down(lease.iface);
+    if (wan_down(lease.iface))
+        ifconfig(lease.iface, IFACE_UP, nullptr, nullptr);
     return 0;
 }
 

@@ -19,8 +19,10 @@ extern char udhcpstate[8];
 // doing anything when there is no argv[1].
 int udhcpc_main(int argc, char **argv);
 
-// The lease of the environment's interface is gone: tell the resolver script, leave the interface
-// up without an address, write the time into /tmp/udhcpc.IFACE.expires (a failure is reported on
-// standard error), set the lights to dialling and end the link with wan_down(). The environment is
-// left in /tmp/udhcpc-env-deconfig. Returns 0.
+// The lease of the environment's interface is gone: tell the resolver script, take the address off
+// the interface, write the time into /tmp/udhcpc.IFACE.expires (a failure is reported on standard
+// error), set the lights to dialling and end the link with wan_down(). Where that took the
+// interface down it is brought up again, without an address: the client goes on asking through it.
+// A link whose record has no address has no jump to remove, see wan_down(); PPP links do it
+// differently (wan/ppp_event.h). The environment is left in /tmp/udhcpc-env-deconfig. Returns 0.
 int udhcpc_deconfig();

@@ -11,6 +11,8 @@
 // nothing is set up then.
 int ipup_main(int argc, char **argv);
 
-// A link is down: end it with wan_ppp_down(). The environment is left in /tmp/ppp-down-env. Logs
+// A link is down: end it with wan_ppp_down(), which runs its commands also for a link without an
+// address, with an empty word, because ip-up ran them so. (The end of a lease has no command to run
+// then: see wan_down() in wan/wan_link.h.) The environment is left in /tmp/ppp-down-env. Logs
 // with the tag ppp-down. Returns 0.
 int ipdown_main(int argc, char **argv);

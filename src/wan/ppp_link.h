@@ -36,7 +36,9 @@ void wan_ppp_up(const ppp_link *link, json_t *object);
 
 // Undo what the link-state store holds of the link over iface, while holding the store's lock, and
 // remove the record. Routes go away with the interface. The record must have "ipaddr", "name" and
-// "type" (any of them may be null, which counts as empty); else it is only removed. Without a
-// record, or when the lock or the store cannot be had, nothing happens. Logs with the tag
-// mcfg-wan_ppp_down.
+// "type"; else it is only removed. Any of the three may be null, which counts as empty, and all
+// commands are run then, too: wan_ppp_up() ran the same ones with the same empty words, the jump
+// for an empty address among them. (wan_up() makes no jump for a null address, and so wan_down()
+// removes none.) Without a record, or when the lock or the store cannot be had, nothing happens.
+// Logs with the tag mcfg-wan_ppp_down.
 void wan_ppp_down(const char *iface);

@@ -121,13 +121,15 @@ static void clear_interface(const char *iface, const json_t *record)
     ifconfig(iface, IFACE_DOWN, "0.0.0.0", nullptr);
 }
 
-void wan_down(const char *iface)
+bool wan_down(const char *iface)
 {
     static constexpr char tag[] = "mcfg-wan_down";
+    bool was_recorded = false;
     logmessage(tag, "start");
     if (set_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES) == 1) {
-        forget_link_state(tag, iface, clear_interface);
+        was_recorded = forget_link_state(tag, iface, clear_interface);
         clear_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES);
     }
     logmessage(tag, "stop");
+    return was_recorded;
 }

@@ -25,6 +25,10 @@ int wan_up(const char *iface, json_t *link);
 
 // Undo what the link-state store holds of the link over iface, while holding the store's lock:
 // remove the jump of the recorded address, take the interface down without an address, and remove
-// the record. The lights stay as they are. Without a record, or when the lock or the store cannot
-// be had, the interface is left alone. Logs with the tag mcfg-wan_down.
-void wan_down(const char *iface);
+// the record. A record whose "ipaddr" is null or missing has no jump to remove, since wan_up() made
+// none for it; wan_ppp_down() differs, as its up does. The lights stay as they are. Without a
+// record, or when the lock or the store cannot be had, the interface is left alone. Logs with the
+// tag mcfg-wan_down.
+//
+// Returns true when there was a record, and so the interface is down now.
+bool wan_down(const char *iface);

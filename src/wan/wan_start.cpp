@@ -3,6 +3,7 @@
 #include "config/json_access.h"
 #include "config/params.h"
 #include "lan/interface.h"
+#include "util/link_state.h"
 #include "util/log.h"
 #include "util/process.h"
 #include "util/shell.h"
@@ -232,16 +233,25 @@ static void stop_dhcp(const char *iface)
     stop_by_pidfile(pidfile, SIGKILL);
 }
 
+// The client's last event, for its own end, can be the one that ends the link. It then leaves the
+// interface up for the next discovery, which will not come.
+static void end_link(const char *iface, bool was_recorded)
+{
+    if (!wan_down(iface) && was_recorded && !is_link_recorded(iface))
+        ifconfig(iface, IFACE_DOWN, nullptr, nullptr);
+}
+
 static void stop_entry(const json_t *entry)
 {
     iface_params params;
     get_iface_params_from_json(entry, &params);
+    bool was_recorded = is_link_recorded(params.iface);
     if (strcmp(params.type, "dhcp") == 0)
         stop_dhcp(params.iface);
     const json_t *tunnels = get_entry_tunnels(entry, "mcfg-stop_wan_morvi", "stop");
     if (tunnels != nullptr)
         stop_tunnels(tunnels);
-    wan_down(params.iface);
+    end_link(params.iface, was_recorded);
 }
 
 static void stop_entries(const json_t *wan_array, int index)

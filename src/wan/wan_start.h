@@ -16,7 +16,9 @@
 void start_wan_morvi(int index, int force);
 
 // Take the chosen entries down: the DHCP client, the tunnels, the link itself (wan_down), whatever
-// their type. A stop of all also ends running PPP link handlers and takes the DHCP client's link to
-// this program away; it leaves the last entry running, the WiMAX modem.
+// their type. The client's own last event, which leaves the interface up, may have ended the link
+// before; the interface is taken down then as well. A stop of all also ends running PPP link
+// handlers and takes the DHCP client's link to this program away; it leaves the last entry running,
+// the WiMAX modem.
 // Logs its steps (tag mcfg-stop_wan_morvi); "Error on load file" when there is no document.
 void stop_wan_morvi(int index);

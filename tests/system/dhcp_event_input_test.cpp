@@ -189,6 +189,11 @@ TEST_F(dhcp_event_input, while_the_locks_are_held)
     EXPECT_NE(deconfig.trace.find("log mcfg-set_lock_on_file: Can't lock file\n"),
               std::string::npos);
     EXPECT_EQ(deconfig.trace.find("iptables"), std::string::npos);
+    EXPECT_TRACE(R"(
+        ioctl vlan2 SIOCSIFFLAGS 0x1043
+        ioctl vlan2 SIOCSIFADDR 0.0.0.0
+    )",
+                 box.trace_of({"ioctl"}));
     EXPECT_EQ(box.read("/var/run/state_link"), bound_store);
     EXPECT_EQ(box.read("/var/lock/state_link.lock"), "1");
 

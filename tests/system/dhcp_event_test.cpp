@@ -93,6 +93,7 @@ const char deconfig_trace[] = R"(
     log mcfg-remove_link_state_ex: stop
     log mcfg-wan_down:  size of array =  0
     log mcfg-wan_down: stop
+    ioctl vlan2 SIOCSIFFLAGS 0x1043
 )";
 
 TEST_F(dhcp_event, the_life_of_a_lease)
@@ -130,10 +131,17 @@ TEST_F(dhcp_event, the_life_of_a_lease)
     EXPECT_TRACE(deconfig_trace, deconfig.trace);
     EXPECT_EQ(box.read("/var/run/state_link"), "{\n   \"state_links\": []\n}");
     EXPECT_EQ(box.read("/tmp/udhcpc.vlan2.expires"), "1700000000");
-    EXPECT_EQ(kernel_state::interface(box, "vlan2"), "down");
+    EXPECT_EQ(kernel_state::interface(box, "vlan2"), "up"); // for the next discovery
     EXPECT_EQ(kernel_state::routes(box), "");
     EXPECT_NE(box.read("/tmp/udhcpc-env-deconfig").find("export interface='vlan2'\n"),
               std::string::npos);
+
+    event("deconfig", {{"interface", "vlan2"}});
+    EXPECT_TRACE(R"(
+        ioctl vlan2 SIOCSIFFLAGS 0x1043
+        ioctl vlan2 SIOCSIFADDR 0.0.0.0
+    )",
+                 box.trace_of({"ioctl"})); // there was no record any more
 
     outcome again = event("bound", vlan2_lease);
     EXPECT_EQ(again.status, 0);
@@ -144,7 +152,7 @@ TEST_F(dhcp_event, the_life_of_a_lease)
     outcome nak = event("nak", {{"interface", "vlan2"}});
     EXPECT_EQ(nak.status, 0);
     EXPECT_TRACE(deconfig_trace, nak.trace);
-    EXPECT_EQ(kernel_state::interface(box, "vlan2"), "down");
+    EXPECT_EQ(kernel_state::interface(box, "vlan2"), "up"); // for the next discovery
     EXPECT_FALSE(box.exists("/var/lock/state_link.lock"));
     EXPECT_FALSE(box.exists("/var/lock/Config.lock"));
 }
