@@ -1,6 +1,7 @@
 #include "wan/wan_link.h"
 
 #include "support/unit_test.h"
+#include "util/link_state.h"
 
 #include <string.h>
 #include <string>
@@ -351,37 +352,40 @@ TEST_F(wan_link, down)
 struct down_row {
     const char *what;
     const char *store;
+    bool is_recorded;
     const char *commands;
     const char *after;
 };
 
 const down_row down_rows[] = {
-    {"a null address has no jump", R"({"state_links":[{"iface":"eth9","ipaddr":null}]})", R"(
+    {"a null address has no jump", R"({"state_links":[{"iface":"eth9","ipaddr":null}]})", true, R"(
         ioctl eth9 SIOCSIFFLAGS 0x0
         ioctl eth9 SIOCSIFADDR 0.0.0.0
      )",
      "{\n   \"state_links\": []\n}"},
-    {"no address has no jump", R"({"state_links":[{"iface":"eth9"}]})", R"(
+    {"no address has no jump", R"({"state_links":[{"iface":"eth9"}]})", true, R"(
         ioctl eth9 SIOCSIFFLAGS 0x0
         ioctl eth9 SIOCSIFADDR 0.0.0.0
      )",
      "{\n   \"state_links\": []\n}"},
     {"a command in the recorded address stays a word",
-     R"({"state_links":[{"iface":"eth9","ipaddr":"1&reboot"}]})", R"(
+     R"({"state_links":[{"iface":"eth9","ipaddr":"1&reboot"}]})", true, R"(
         shell iptables -t nat -D PREROUTING -i eth9 -d '1&reboot' -j VSERVER
         run iptables -t nat -D PREROUTING -i eth9 -d 1&reboot -j VSERVER
         ioctl eth9 SIOCSIFFLAGS 0x0
         ioctl eth9 SIOCSIFADDR 0.0.0.0
      )",
      "{\n   \"state_links\": []\n}"},
-    {"no record: the file is not even written", R"({"state_links":[{"iface":"eth99"}]})", "",
+    {"no record: the file is not even written", R"({"state_links":[{"iface":"eth99"}]})", false, "",
      R"({"state_links":[{"iface":"eth99"}]})"},
-    {"no state_links", R"({"x":1})", "", R"({"x":1})"},
-    {"state_links is no array", R"({"state_links":"eth9"})", "", R"({"state_links":"eth9"})"},
-    {"elements that are no links", R"({"state_links":[1,"eth9",null,{"iface":9}]})", "",
+    {"no state_links", R"({"x":1})", false, "", R"({"x":1})"},
+    {"state_links is no array", R"({"state_links":"eth9"})", false, "",
+     R"({"state_links":"eth9"})"},
+    {"elements that are no links", R"({"state_links":[1,"eth9",null,{"iface":9}]})", false, "",
      R"({"state_links":[1,"eth9",null,{"iface":9}]})"},
-    {"cut short", R"({"state_links":[{"iface":"eth9")", "", R"({"state_links":[{"iface":"eth9")"},
-    {"empty", "", "", ""},
+    {"cut short", R"({"state_links":[{"iface":"eth9")", false, "",
+     R"({"state_links":[{"iface":"eth9")"},
+    {"empty", "", false, "", ""},
 };
 
 TEST_F(wan_link, down_by_the_record)
@@ -390,7 +394,10 @@ TEST_F(wan_link, down_by_the_record)
         SCOPED_TRACE(row.what);
         begin();
         world.write("/var/run/state_link", row.store);
-        wan_down("eth9");
+        EXPECT_EQ(is_link_recorded("eth9"), row.is_recorded);
+        EXPECT_EQ(world.trace(), "");
+        EXPECT_EQ(wan_down("eth9"), row.is_recorded);
+        EXPECT_FALSE(is_link_recorded("eth9"));
         EXPECT_TRACE(row.commands, world.trace_of({"shell", "run", "ioctl"}));
         EXPECT_EQ(world.read("/var/run/state_link"), row.after);
         EXPECT_FALSE(world.exists("/var/lock/state_link.lock"));
@@ -415,7 +422,8 @@ TEST_F(wan_link, down_without_a_record)
 
 TEST_F(wan_link, down_without_a_store)
 {
-    wan_down("eth9");
+    EXPECT_FALSE(is_link_recorded("eth9"));
+    EXPECT_FALSE(wan_down("eth9"));
     EXPECT_TRACE(R"(
         log mcfg-wan_down: start
         log mcfg-wan_down: stop
@@ -430,7 +438,8 @@ TEST_F(wan_link, down_while_the_store_is_locked)
     const char store[] = R"({"state_links":[{"iface":"eth9","ipaddr":"192.0.2.10"}]})";
     world.write("/var/run/state_link", store);
     world.write("/var/lock/state_link.lock", "1");
-    wan_down("eth9");
+    EXPECT_FALSE(wan_down("eth9"));
+    EXPECT_TRUE(is_link_recorded("eth9"));
     EXPECT_TRACE(R"(
         log mcfg-wan_down: start
         log mcfg-set_lock_on_file: Can't lock file
