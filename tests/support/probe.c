@@ -22,6 +22,9 @@
 
 extern char **environ;
 
+// How the probe was started.
+static const char *program;
+
 static void result(const char *what, long value)
 {
     printf("%s %ld%s%s\n", what, value, value < 0 ? " " : "", value < 0 ? strerror(errno) : "");
@@ -249,6 +252,14 @@ static void do_hang(char **w)
         pause();
 }
 
+static void do_name(char **w)
+{
+    (void)w;
+    puts(program);
+}
+
+enum { COUNTED = -1 }; // the first word says how many follow
+
 static const struct action {
     const char *name;
     int words;
@@ -256,6 +267,7 @@ static const struct action {
 } actions[] = {
     {"log", 5, do_log},
     {"shell", 1, do_shell},
+    {"eval", COUNTED, do_eval},
     {"flags", 2, do_flags},
     {"address", 2, do_address},
     {"netmask", 2, do_netmask},
@@ -278,7 +290,7 @@ static const struct action {
     {"signal", 1, do_signal},
     {"hang", 0, do_hang},
     {"overrun", 2, do_overrun},
-    {"name", 0, NULL},
+    {"name", 0, do_name},
 };
 
 static const struct action *find(const char *name)
@@ -289,25 +301,34 @@ static const struct action *find(const char *name)
     return NULL;
 }
 
+static int words_of(const struct action *action, char **words, int left)
+{
+    if (action->words != COUNTED)
+        return action->words;
+    return left > 1 ? 1 + (int)number(words[1]) : left;
+}
+
+// Does what the first of the words left says. Returns how many words that took, 0 when there is no
+// such action or a word is missing.
+static int act(char **words, int left)
+{
+    const struct action *action = find(words[0]);
+    if (action == NULL || words_of(action, words, left) >= left)
+        return 0;
+    action->run(words + 1);
+    fflush(stdout);
+    return 1 + words_of(action, words, left);
+}
+
 int main(int argc, char **argv)
 {
-    for (int i = 1; i < argc;) {
-        const struct action *action = find(argv[i]);
-        int words = strcmp(argv[i], "eval") == 0 && i + 1 < argc ? 1 + (int)number(argv[i + 1])
-                    : action != NULL                             ? action->words
-                                                                 : argc;
-        if (i + words >= argc) {
+    program = argv[0];
+    for (int i = 1, taken; i < argc; i += taken) {
+        taken = act(argv + i, argc - i);
+        if (taken == 0) {
             fprintf(stderr, "probe: %s?\n", argv[i]);
             return 2;
         }
-        if (strcmp(argv[i], "eval") == 0)
-            do_eval(argv + i + 1);
-        else if (action->run != NULL)
-            action->run(argv + i + 1);
-        else
-            puts(argv[0]);
-        fflush(stdout);
-        i += 1 + words;
     }
     return 0;
 }
