@@ -4,6 +4,7 @@
 #include "config/known_interfaces.h"
 #include "config/params.h"
 #include "config/sources.h"
+#include "util/json_memory.h"
 #include "util/log.h"
 #include "util/text.h"
 
@@ -107,16 +108,18 @@ void set_config(unsigned from_files)
 {
     static constexpr char tag[] = "mcfg-set_config";
     logmessage(tag, "start");
+    watch_json_memory();
     json_t *network = json_object();
-    json_t *root = json_object();
-    json_object_set_new(root, "Network", network);
     json_object_set_new(network, "Common", make_common());
     json_object_set_new(network, "Lan", json_array());
     json_object_set_new(network, "Wan", json_array());
 
     logmessage(tag, "WAN_IFNAME = %s", "vlan2");
     add_interfaces(network, from_files != 0);
-    json_dump_file(root, "/var/run/Config", DOCUMENT_FLAGS);
+    // Last, as a member that cannot be set is gone.
+    json_t *root = json_object();
+    json_object_set_new(root, "Network", network);
+    write_document(tag, root, "/var/run/Config");
     json_decref(root);
     logmessage(tag, "stop");
 }

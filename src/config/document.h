@@ -7,7 +7,8 @@
 // handler that reads it can run. from_files: with 0 the three interface entries have their default
 // values whatever /etc/default/network-interfaces says; DNS and WiMAX come from their files in both
 // cases. Settings files that are missing are reported by their readers and never stop the build; a
-// document that cannot be written is not reported. A value that is not UTF-8 text has no place in
+// document that cannot be written is not reported. One that memory does not suffice for is not
+// written: the one before stays, which is logged. A value that is not UTF-8 text has no place in
 // the document: its member is left out.
 // Logs "start", the WAN interface and "stop" (tag mcfg-set_config).
 void set_config(unsigned from_files);

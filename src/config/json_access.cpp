@@ -1,10 +1,33 @@
 #include "config/json_access.h"
 
+#include "util/json_memory.h"
 #include "util/lock.h"
 #include "util/log.h"
 #include "util/text.h"
 
+#include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+
+static void write_text(const char *text, const char *path)
+{
+    FILE *file = fopen(path, "w");
+    if (file == nullptr)
+        return;
+    fputs(text, file);
+    fclose(file);
+}
+
+// The text is made first: a writer that runs out of memory half-way would leave half a file.
+void write_document(const char *tag, const json_t *root, const char *path)
+{
+    char *text = json_dumps(root, DOCUMENT_FLAGS);
+    if (text == nullptr || json_memory_failed())
+        logmessage(tag, "Not enough memory, %s stays as it was", path);
+    else
+        write_text(text, path);
+    free(text);
+}
 
 json_t *load_file_with_lock(const char *dir, const char *name, unsigned attempts)
 {

@@ -10,6 +10,11 @@
 // How documents are written: three blanks an indentation, members in the order of their insertion.
 constexpr size_t DOCUMENT_FLAGS = JSON_INDENT(3) | JSON_PRESERVE_ORDER;
 
+// Write the document root to path, in place. When root could not be built whole for want of memory
+// (util/json_memory.h, watched by its builder), or there is none left to write it with, the file
+// stays as it was, which is logged with tag. A file that cannot be written is not reported.
+void write_document(const char *tag, const json_t *root, const char *path);
+
 // Load the JSON file dir/name while holding its lock file /var/lock/NAME.lock, for which at most
 // attempts tests are made. Returns a new document, owned by the caller, or null when the lock
 // could not be taken or the file is missing or does not parse; the lock is free again in any case

@@ -1,24 +1,56 @@
 #include "util/link_state.h"
 
 #include "config/json_access.h"
+#include "util/json_memory.h"
 #include "util/lock.h"
 #include "util/log.h"
 
+#include <errno.h>
+#include <stdio.h>
 #include <string.h>
 
 constexpr char STORE_PATH[] = "/var/run/state_link";
 constexpr char LINKS_KEY[] = "state_links";
 constexpr size_t LINK_NAME_MAX = 64;
 
-static json_t *load_store()
+struct loaded_store {
+    json_t *root; // null when there is none
+    int error;    // why it could not be read, or 0 when it is missing or no JSON
+};
+
+static loaded_store read_store(FILE *file)
 {
-    return json_load_file(STORE_PATH, 0, nullptr);
+    watch_json_memory();
+    json_t *root = json_loadf(file, 0, nullptr);
+    int error = ferror(file) != 0 ? EIO : json_memory_failed() ? ENOMEM : 0;
+    if (error == 0)
+        return {root, 0};
+    json_decref(root);
+    return {nullptr, error};
+}
+
+static loaded_store open_store()
+{
+    FILE *file = fopen(STORE_PATH, "r");
+    if (file == nullptr)
+        return {nullptr, errno == ENOENT ? 0 : errno};
+    loaded_store store = read_store(file);
+    fclose(file);
+    return store;
+}
+
+static loaded_store load_store(const char *tag)
+{
+    loaded_store store = open_store();
+    if (store.error != 0)
+        logmessage(tag, "Cannot read %s: %s", STORE_PATH, strerror(store.error));
+    return store;
 }
 
 // Whether it could be written is not looked at: the next save starts from what it finds.
-static void write_store(json_t *root)
+static void write_store(const char *tag, const json_t *root)
 {
-    json_dump_file(root, STORE_PATH, DOCUMENT_FLAGS);
+    write_document(tag, root, STORE_PATH);
 }
 
 static void put_link(json_t *links, json_t *entry)
@@ -42,25 +74,29 @@ static json_t *make_store(json_t *entry)
 
 static void update_store(const char *tag, json_t *entry)
 {
-    json_t *root = load_store();
-    if (root != nullptr) {
+    loaded_store store = load_store(tag);
+    if (store.root != nullptr) {
         logmessage(tag, "get root - ok");
-        json_t *links = json_object_get(root, LINKS_KEY);
+        json_t *links = json_object_get(store.root, LINKS_KEY);
         if (links != nullptr)
             put_link(links, entry);
     } else {
         logmessage(tag, "get root - error");
-        root = make_store(entry);
+        if (store.error != 0)
+            return; // it may hold the records of other links
+        store.root = make_store(entry);
     }
-    write_store(root);
-    json_decref(root);
+    write_store(tag, store.root);
+    json_decref(store.root);
 }
 
 int save_link_state_ex(json_t *entry)
 {
     static constexpr char tag[] = "mcfg-save_link_state_ex";
     logmessage(tag, "start");
-    if (set_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES) == 1) {
+    if (json_memory_failed()) {
+        logmessage(tag, "Not enough memory for the link");
+    } else if (set_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES) == 1) {
         update_store(tag, entry);
         clear_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES);
     }
@@ -114,7 +150,7 @@ static bool is_over(const json_t *link, const char *iface)
 
 bool is_link_recorded(const char *iface)
 {
-    json_t *root = load_store();
+    json_t *root = open_store().root;
     const json_t *links = json_object_get(root, LINKS_KEY);
     bool is_recorded = false;
     for (size_t i = 0; i < json_array_size(links) && !is_recorded; i++)
@@ -136,16 +172,16 @@ static bool forget_link(const char *tag, json_t *root, const char *iface, undo_l
     const json_t *links = json_object_get(root, LINKS_KEY);
     if (links != nullptr)
         logmessage(tag, " size of array =  %d", static_cast<int>(json_array_size(links)));
-    write_store(root);
+    write_store(tag, root);
     return true;
 }
 
 bool forget_link_state(const char *tag, const char *iface, undo_link undo)
 {
-    json_t *root = load_store();
-    if (root == nullptr)
+    loaded_store store = load_store(tag);
+    if (store.root == nullptr)
         return false;
-    bool was_recorded = forget_link(tag, root, iface, undo);
-    json_decref(root);
+    bool was_recorded = forget_link(tag, store.root, iface, undo);
+    json_decref(store.root);
     return was_recorded;
 }

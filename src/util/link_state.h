@@ -16,8 +16,10 @@ constexpr unsigned LINK_STATE_TRIES = 15;
 // Save the link object entry at the end of the store, in place of an earlier one of the same "name"
 // (63 characters of it are compared; none counts as ""). The store keeps a reference of its own.
 // A store that is missing or no JSON is replaced by one with this entry alone; an object without
-// "state_links" is never repaired: it stays as it is. Returns 1 always, also when the lock was held
-// and nothing was saved. Logs with the tag mcfg-save_link_state_ex.
+// "state_links" is never repaired: it stays as it is. So does a store that is there and cannot be
+// read, as it may hold other links' records, and any store when memory did not suffice for it or
+// for entry, which its maker has watched (util/json_memory.h); both are logged. Returns 1 always,
+// also when the lock was held and nothing was saved. Logs with the tag mcfg-save_link_state_ex.
 int save_link_state_ex(json_t *entry);
 
 // The first link of the loaded store root whose member param is the text value, borrowed from root;
@@ -36,7 +38,8 @@ bool is_link_recorded(const char *iface);
 using undo_link = void (*)(const char *iface, const json_t *record);
 
 // Load the store, call undo with the record of the link over iface, remove the record and write the
-// store back. Without a record nothing is written; without a store nothing happens. The caller
-// holds the lock. Logs "Get link on iface IFACE" or " Not get link on iface IFACE", and the number
-// of links left, with the caller's tag. Returns whether there was a record.
+// store back. Without a record nothing is written; without a store, or with one that cannot be
+// read (which is logged), nothing happens. The caller holds the lock. Logs "Get link on iface
+// IFACE" or " Not get link on iface IFACE", and the number of links left, with the caller's tag.
+// Returns whether there was a record.
 bool forget_link_state(const char *tag, const char *iface, undo_link undo);

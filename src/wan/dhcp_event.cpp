@@ -1,6 +1,7 @@
 #include "wan/dhcp_event.h"
 
 #include "lan/interface.h"
+#include "util/json_memory.h"
 #include "util/log.h"
 #include "util/shell.h"
 #include "util/text.h"
@@ -52,8 +53,10 @@ static void take_server(const char *key, const char *server, char (&kept)[LEASE_
 static void split_dns(const char *dns, dhcp_lease *lease, json_t *link)
 {
     char *copy = strdup(dns);
-    if (copy == nullptr)
+    if (copy == nullptr) {
+        note_failed_allocation();
         return;
+    }
     trim_r(copy);
     char *rest = nullptr;
     for (const char *first = strtok_r(copy, " ", &rest); first != nullptr;
@@ -129,6 +132,7 @@ static bool add_lease_routes(const char *iface)
 
 static int udhcpc_bound()
 {
+    watch_json_memory();
     json_t *link = json_object();
     dhcp_lease lease = {};
     logmessage(DHCP_TAG, "bound");

@@ -1,6 +1,7 @@
 #include "wan/ppp_event.h"
 
 #include "config/json_access.h"
+#include "util/json_memory.h"
 #include "util/log.h"
 #include "util/shell.h"
 #include "util/text.h"
@@ -24,8 +25,10 @@ static void keep_part(const char *part, char *kept, size_t cap)
 static void take_link_name(const char *link_name, ppp_link *link, json_t *object)
 {
     char *copy = strdup(link_name);
-    if (copy == nullptr)
+    if (copy == nullptr) {
+        note_failed_allocation();
         return;
+    }
     char *rest = nullptr;
     const char *type = strtok_r(copy, "-", &rest);
     json_object_set_new(object, "type", text_or_null(type));
@@ -112,6 +115,7 @@ int ipup_main(int argc, char **argv)
         logmessage(UP_TAG, "argv[%d] = %s", i, argv[i]);
 
     ppp_link link = {};
+    watch_json_memory();
     json_t *object = json_object();
     take_link(&link, object);
     int error = create_link_markers(&link);

@@ -3,6 +3,7 @@
 #include "config/json_access.h"
 #include "config/params.h"
 #include "lan/interface.h"
+#include "util/json_memory.h"
 #include "util/link_state.h"
 #include "util/log.h"
 #include "util/process.h"
@@ -114,6 +115,7 @@ constexpr const char *address_members[] = {"metric", "ipaddr", "netmask", "gatew
 
 static json_t *make_static_link(const link_kind &kind, const json_t *entry)
 {
+    watch_json_memory();
     json_t *link = json_object();
     json_object_set(link, "iface", json_object_get(entry, "iface"));
     json_object_set_new(link, "name", json_string(kind.name));
