@@ -147,6 +147,19 @@ pid_t fork(void)
     return refused_by_rule("fork") ? -1 : real();
 }
 
+FILE *fopen(const char *restrict path, const char *restrict mode)
+{
+    static FILE *(*real)(const char *restrict, const char *restrict);
+    if (real == NULL)
+        find_real("fopen", &real);
+    struct line text = LINE_EMPTY;
+    line_print(&text, "open ");
+    line_text(&text, path);
+    bool is_refused = refused_by_rule(text.text);
+    line_free(&text);
+    return is_refused ? NULL : real(path, mode);
+}
+
 int socket(int domain, int type, int protocol)
 {
     static int (*real)(int, int, int);

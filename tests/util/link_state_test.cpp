@@ -186,6 +186,39 @@ TEST_F(link_state, a_store_that_cannot_be_written_frees_the_lock)
     EXPECT_FALSE(world.exists(lock_path));
 }
 
+// A directory opens and cannot be read: it stands for any store whose reading fails.
+TEST_F(link_state, a_store_that_cannot_be_read_is_left_alone)
+{
+    world.mkdir(store_path);
+    save(R"({"name":"wan"})");
+    EXPECT_TRACE(R"(
+        log mcfg-save_link_state_ex: start
+        log mcfg-save_link_state_ex: Cannot read /var/run/state_link: Input/output error
+        log mcfg-save_link_state_ex: get root - error
+        log mcfg-save_link_state_ex: stop
+    )",
+                 world.trace());
+}
+
+// Only the open that reads it fails, the one that would replace it does not.
+TEST_F(link_state, a_store_that_cannot_be_opened_is_left_alone)
+{
+    const std::string before = R"({"state_links":[{"name":"ppp0"}]})";
+    world.write(store_path, before);
+    world.on("fail EMFILE open /var/run/state_link #1");
+    save(R"({"name":"wan"})");
+    EXPECT_EQ(world.read(store_path), before);
+    EXPECT_FALSE(world.exists(lock_path));
+    EXPECT_TRACE(R"(
+        log mcfg-save_link_state_ex: start
+        open /var/run/state_link = EMFILE
+        log mcfg-save_link_state_ex: Cannot read /var/run/state_link: Too many open files
+        log mcfg-save_link_state_ex: get root - error
+        log mcfg-save_link_state_ex: stop
+    )",
+                 world.trace());
+}
+
 TEST_F(link_state, a_save_over_a_store_says_so)
 {
     world.write(store_path, R"({"state_links":[{"name":"ppp0"},{"name":"wan"}]})");
