@@ -34,9 +34,10 @@ check "the name servers are forgotten" test ! -s /tmp/resolv.conf
 check "no forward for the old address is left" not has_rule nat "-A PREROUTING -d $address/32 -i vlan2 -j VSERVER"
 
 step "and comes back"
+# The client asks three times, three seconds each, and again after a rest of 30 seconds.
+sleep 15
 check "the client still runs" runs "busybox udhcpc"
 start_isp_short_leases
-# It asks three times, three seconds each, and then again after 30 seconds.
 patience=45
 soon "the link comes up again by itself" is_linked wan
 soon "with its default route" has_route "default via 192.0.2.1 dev vlan2 metric 101"
