@@ -18,8 +18,14 @@ int shell_format(const char *format, ...)
     char line[SHELL_LINE_MAX];
     va_list args;
     va_start(args, format);
-    vsnprintf(line, sizeof(line), format, args);
+    int length = vsnprintf(line, sizeof(line), format, args);
     va_end(args);
+    if (length < 0)
+        return -1;
+    // The cut may fall between two quotes of a value, and what is left be a command of other words.
+    bool is_cut = static_cast<size_t>(length) >= sizeof(line);
+    if (is_cut && strchr(line, '\'') != nullptr)
+        return -1;
     return shell(line);
 }
 

@@ -4,7 +4,7 @@
 
 #include <stddef.h>
 
-// Room for one formatted command line with its terminator; a longer line is cut.
+// Room for one formatted command line with its terminator; a longer line is cut, or not run.
 constexpr size_t SHELL_LINE_MAX = 256;
 
 // Run line through the shell and wait for it. Returns what system() returns: the wait status of the
@@ -12,12 +12,15 @@ constexpr size_t SHELL_LINE_MAX = 256;
 int shell(const char *line);
 
 // The same with a printf format, in SHELL_LINE_MAX characters. Texts that come from outside must
-// pass through shell_quote.
+// pass through shell_quote. A longer line of plain words is cut and run. With quotes in what is
+// left it is not: where the cut falls would decide which words the shell finds. So a value of many
+// quotes (sixty of them fill the line) keeps the whole command from running and no other value is
+// lost. Returns -1 for a line that is not run, also for one that cannot be formed.
 [[gnu::format(printf, 1, 2)]] int shell_format(const char *format, ...);
 
 // Write value into out as the shell is to see it, and return out: as it stands when it is made of
 // letters, digits and "_./:@%+=,-" only (so addresses, interface names and paths look as they
 // always did, and an empty value stays empty), else between single quotes. Whatever the value
 // holds, it can neither end the command nor start another one. A value too long for the room is
-// cut; its quotes stay closed.
+// cut; its quotes stay closed. What else is on its line then makes that too long to be run.
 const char *shell_quote(char (&out)[SHELL_LINE_MAX], const char *value);

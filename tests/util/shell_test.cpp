@@ -2,6 +2,7 @@
 
 #include "support/unit_test.h"
 
+#include <cstring>
 #include <string>
 #include <sys/wait.h>
 
@@ -108,6 +109,28 @@ TEST_F(shell_line, a_line_cut_inside_quotes_starts_nothing)
     std::string value = std::string(250, 'a') + ";reboot";
     EXPECT_NE(shell_format("led %s on", shell_quote(out, value.c_str())), 0);
     EXPECT_EQ(world.trace_of({"run"}), "");
+}
+
+// Sixty quotes fill a line. Cut between two of them, "led" would run with fewer and without "on".
+TEST_F(shell_line, a_line_cut_between_quotes_starts_nothing)
+{
+    for (size_t count = 55; count < 70; count++) {
+        char out[SHELL_LINE_MAX];
+        const std::string value(count, '\'');
+        world.clear_trace();
+        int status = shell_format("led yellow_wan %s on", shell_quote(out, value.c_str()));
+        bool fits = strlen("led yellow_wan  on") + strlen(out) < SHELL_LINE_MAX;
+        EXPECT_EQ(status, fits ? 0 : -1) << count;
+        EXPECT_EQ(world.trace_of({"shell"}).empty(), !fits) << count;
+        EXPECT_EQ(world.trace_of({"run"}).empty(), !fits) << count;
+    }
+}
+
+TEST_F(shell_line, one_that_cannot_be_formed_is_not_run)
+{
+    const wchar_t no_character[] = {0x12345, 0}; // none of the "C" locale's
+    EXPECT_EQ(shell_format("led %ls", no_character), -1);
+    EXPECT_EQ(world.trace_of({"shell"}), "");
 }
 
 } // namespace
