@@ -1,0 +1,425 @@
+#include "fuzz/memory_files.h"
+
+#include "fuzz/property.h"
+
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace fuzz
+{
+
+namespace
+{
+
+constexpr int FIRST_DESCRIPTOR = 3;
+constexpr int DESCRIPTORS_MAX = 64;
+constexpr int LINKS_MAX = 8;
+constexpr int ROOT = 0;
+
+constexpr const char *directories[] = {
+    "/dev",
+    "/etc",
+    "/etc/default",
+    "/etc/nvram",
+    "/etc/ppp",
+    "/etc/ppp/peers",
+    "/etc/Wireless",
+    "/etc/Wireless/RT2860",
+    "/etc_ro",
+    "/etc_ro/wlan",
+    "/media",
+    "/proc",
+    "/sbin",
+    "/sys",
+    "/sys/devices",
+    "/sys/devices/usb1",
+    "/sys/devices/usb1/device",
+    "/tmp",
+    "/var",
+    "/var/lock",
+    "/var/run",
+};
+
+constexpr const char *devices[] = {"/dev/gpio", "/dev/flash0"};
+
+// Where the program creates, changes and removes files. "*" is any text without a "/".
+constexpr const char *own_places[] = {
+    "/var/run/Config",
+    "/var/run/state_link",
+    "/var/run/net-state",
+    "/var/lock/Config.lock",
+    "/var/lock/state_link.lock",
+    "/tmp/filter_rules",
+    "/tmp/nat_rules",
+    "/tmp/mangle_rules",
+    "/tmp/hosts.runtime",
+    "/tmp/lanwanext.conf",
+    "/tmp/hotplug_lock",
+    "/tmp/ppp",
+    "/tmp/ppp/ip-up",
+    "/tmp/ppp/ip-down",
+    "/tmp/ppp/link.*",
+    "/tmp/udhcpc",
+    "/tmp/udhcpc.*.expires",
+    "/etc/ppp/peers/*",
+    "/etc/xl2tpd.conf",
+    "/etc/device_params",
+    "/etc/nvram",
+    "/etc/nvram/*",
+    "/etc/Wireless/RT2860/RT2860.dat",
+    "/dev/sd*",
+    "/media/sd*",
+};
+
+bool matches(const char *pattern, const char *path)
+{
+    const char *star = strchr(pattern, '*');
+    if (star == nullptr)
+        return strcmp(pattern, path) == 0;
+    size_t head = static_cast<size_t>(star - pattern);
+    size_t tail = strlen(star + 1);
+    size_t length = strlen(path);
+    if (length < head + tail || strncmp(pattern, path, head) != 0 ||
+        strcmp(path + length - tail, star + 1) != 0)
+        return false;
+    return memchr(path + head, '/', length - head - tail) == nullptr;
+}
+
+int fail_with(int error)
+{
+    errno = error;
+    return -1;
+}
+
+} // namespace
+
+int memory_files::add(kind what, int parent, const std::string &name, mode_t mode)
+{
+    if (used == nodes.size())
+        nodes.emplace_back();
+    node &added = nodes[used];
+    added.what = what;
+    added.parent = parent;
+    added.is_there = true;
+    added.mode = mode;
+    added.name = name;
+    added.data.clear();
+    return static_cast<int>(used++);
+}
+
+void memory_files::reset()
+{
+    if (standing == 0) {
+        add(kind::directory, ROOT, "", 0755);
+        for (const char *path : directories)
+            create(path, kind::directory, 0755, "");
+        for (const char *path : devices)
+            create(path, kind::device, 0600, "");
+        standing = used;
+        descriptors.resize(DESCRIPTORS_MAX);
+    }
+    used = standing;
+    for (size_t i = 0; i < standing; i++)
+        nodes[i].is_there = true;
+    for (descriptor &row : descriptors)
+        row.node = -1;
+}
+
+int memory_files::child(int directory, const std::string &name) const
+{
+    for (size_t i = 1; i < used; i++) {
+        const node &candidate = nodes[i];
+        if (candidate.parent == directory && candidate.is_there && candidate.name == name)
+            return static_cast<int>(i);
+    }
+    return -1;
+}
+
+std::string memory_files::full_path(int index) const
+{
+    std::string path;
+    for (; index != ROOT; index = nodes[static_cast<size_t>(index)].parent)
+        path = "/" + nodes[static_cast<size_t>(index)].name + path;
+    return path;
+}
+
+memory_files::place memory_files::resolve(const std::string &path, bool follow, int depth)
+{
+    const place nowhere = {-1, -1, ""};
+    if (path.empty() || path.size() >= PATH_MAX || depth > LINKS_MAX) {
+        errno = path.empty() ? ENOENT : depth > LINKS_MAX ? ELOOP : ENAMETOOLONG;
+        return nowhere;
+    }
+    place here = {ROOT, ROOT, ""};
+    for (size_t start = 0; start < path.size();) {
+        if (path[start] == '/') {
+            start++;
+            continue;
+        }
+        size_t end = std::min(path.find('/', start), path.size());
+        const std::string name = path.substr(start, end - start);
+        bool is_last = path.find_first_not_of('/', end) == std::string::npos;
+        start = end;
+        if (here.node < 0 || nodes[static_cast<size_t>(here.node)].what != kind::directory) {
+            errno = here.node < 0 ? ENOENT : ENOTDIR;
+            return nowhere;
+        }
+        if (name.size() > NAME_MAX) {
+            errno = ENAMETOOLONG;
+            return nowhere;
+        }
+        if (name == ".")
+            continue;
+        if (name == "..") {
+            here.node = nodes[static_cast<size_t>(here.node)].parent;
+            continue;
+        }
+        here = {child(here.node, name), here.node, name};
+        if (here.node < 0) {
+            errno = ENOENT;
+            continue;
+        }
+        const node &found = nodes[static_cast<size_t>(here.node)];
+        if (found.what == kind::link && (follow || !is_last))
+            here = resolve(found.data + path.substr(end), follow, depth + 1), start = path.size();
+    }
+    if (here.node >= 0 && path.back() == '/' &&
+        nodes[static_cast<size_t>(here.node)].what != kind::directory) {
+        errno = ENOTDIR;
+        return nowhere;
+    }
+    return here;
+}
+
+void memory_files::check_change(int directory, const std::string &name) const
+{
+    const std::string path = full_path(directory) + "/" + name;
+    for (const char *pattern : own_places) {
+        if (matches(pattern, path.c_str()))
+            return;
+    }
+    violated("a change outside of the program's own places: %s", path.c_str());
+}
+
+int memory_files::create(const char *path, kind what, mode_t mode, const char *data)
+{
+    place where = resolve(path, false);
+    if (where.directory < 0)
+        return -1;
+    if (where.node >= 0)
+        return fail_with(EEXIST);
+    if (standing != 0)
+        check_change(where.directory, where.name);
+    int made = add(what, where.directory, where.name, mode);
+    nodes[static_cast<size_t>(made)].data = data;
+    return 0;
+}
+
+void memory_files::put(const std::string &path, const std::string &content)
+{
+    place where = resolve(path, false);
+    if (where.directory < 0)
+        violated("no place for the file %s", path.c_str());
+    int made = where.node >= 0 ? where.node : add(kind::file, where.directory, where.name, 0644);
+    nodes[static_cast<size_t>(made)].data = content;
+}
+
+const std::string *memory_files::read(const std::string &path)
+{
+    int found = find(path);
+    bool is_file = found >= 0 && nodes[static_cast<size_t>(found)].what == kind::file;
+    return is_file ? &nodes[static_cast<size_t>(found)].data : nullptr;
+}
+
+memory_files::descriptor *memory_files::get(int fd)
+{
+    if (!is_open(fd)) {
+        errno = EBADF;
+        return nullptr;
+    }
+    return &descriptors[static_cast<size_t>(fd - FIRST_DESCRIPTOR)];
+}
+
+bool memory_files::is_open(int fd) const
+{
+    return fd >= FIRST_DESCRIPTOR && fd < FIRST_DESCRIPTOR + DESCRIPTORS_MAX &&
+           descriptors[static_cast<size_t>(fd - FIRST_DESCRIPTOR)].node >= 0;
+}
+
+std::string memory_files::path_of(int fd) const
+{
+    return is_open(fd) ? full_path(descriptors[static_cast<size_t>(fd - FIRST_DESCRIPTOR)].node)
+                       : "";
+}
+
+int memory_files::open(const char *path, int flags, mode_t mode)
+{
+    place where = resolve(path, true);
+    bool writes = (flags & O_ACCMODE) != O_RDONLY;
+    if (where.node < 0) {
+        if (where.directory < 0 || (flags & O_CREAT) == 0)
+            return -1;
+        // A name that ends in "/" cannot be that of a new file.
+        if (path[strlen(path) - 1] == '/')
+            return fail_with(EISDIR);
+        check_change(where.directory, where.name);
+        where.node = add(kind::file, where.directory, where.name, mode);
+    }
+    node &opened = nodes[static_cast<size_t>(where.node)];
+    if (opened.what == kind::directory && writes)
+        return fail_with(EISDIR);
+    if (writes && opened.what == kind::file)
+        check_change(opened.parent, opened.name);
+    for (size_t i = 0; i < descriptors.size(); i++) {
+        if (descriptors[i].node >= 0)
+            continue;
+        if ((flags & O_TRUNC) != 0)
+            opened.data.clear();
+        descriptors[i] = {where.node, 0, flags};
+        return static_cast<int>(i) + FIRST_DESCRIPTOR;
+    }
+    return fail_with(EMFILE);
+}
+
+int memory_files::close(int fd)
+{
+    descriptor *row = get(fd);
+    if (row == nullptr)
+        return -1;
+    row->node = -1;
+    return 0;
+}
+
+ssize_t memory_files::read(int fd, char *buffer, size_t size)
+{
+    descriptor *row = get(fd);
+    if (row == nullptr)
+        return -1;
+    const node &from = nodes[static_cast<size_t>(row->node)];
+    if (from.what == kind::directory)
+        return fail_with(EISDIR);
+    size_t count = from.data.copy(buffer, size, std::min(row->position, from.data.size()));
+    row->position += count;
+    return static_cast<ssize_t>(count);
+}
+
+ssize_t memory_files::write(int fd, const char *buffer, size_t size)
+{
+    descriptor *row = get(fd);
+    if (row == nullptr)
+        return -1;
+    if ((row->flags & O_ACCMODE) == O_RDONLY)
+        return fail_with(EBADF);
+    std::string &data = nodes[static_cast<size_t>(row->node)].data;
+    if (data.size() < row->position + size)
+        data.resize(row->position + size);
+    data.replace(row->position, size, buffer, size);
+    row->position += size;
+    return static_cast<ssize_t>(size);
+}
+
+int memory_files::truncate(int fd)
+{
+    descriptor *row = get(fd);
+    if (row == nullptr)
+        return -1;
+    nodes[static_cast<size_t>(row->node)].data.clear();
+    return 0;
+}
+
+bool memory_files::is_empty(int directory) const
+{
+    for (size_t i = 1; i < used; i++) {
+        if (nodes[i].parent == directory && nodes[i].is_there)
+            return false;
+    }
+    return true;
+}
+
+int memory_files::remove(const char *path, kind unwanted, int error, bool is_directory)
+{
+    place where = resolve(path, false);
+    if (where.node < 0)
+        return -1;
+    node &removed = nodes[static_cast<size_t>(where.node)];
+    if ((removed.what == unwanted) != is_directory)
+        return fail_with(error);
+    if (is_directory && !is_empty(where.node))
+        return fail_with(ENOTEMPTY);
+    check_change(removed.parent, removed.name);
+    removed.is_there = false;
+    return 0;
+}
+
+int memory_files::unlink(const char *path)
+{
+    return remove(path, kind::directory, EISDIR, false);
+}
+
+int memory_files::remove_directory(const char *path)
+{
+    return remove(path, kind::directory, ENOTDIR, true);
+}
+
+int memory_files::rename(const char *from, const char *to)
+{
+    place source = resolve(from, false);
+    place target = resolve(to, false);
+    if (source.node < 0 || target.directory < 0)
+        return -1;
+    check_change(source.directory, source.name);
+    check_change(target.directory, target.name);
+    if (target.node >= 0)
+        nodes[static_cast<size_t>(target.node)].is_there = false;
+    node &moved = nodes[static_cast<size_t>(source.node)];
+    moved.parent = target.directory;
+    moved.name = target.name;
+    return 0;
+}
+
+int memory_files::make_directory(const char *path, mode_t mode)
+{
+    return create(path, kind::directory, mode, "");
+}
+
+int memory_files::make_link(const char *target, const char *path)
+{
+    return create(path, kind::link, 0777, target);
+}
+
+int memory_files::make_device(const char *path, mode_t mode)
+{
+    return create(path, kind::device, mode, "");
+}
+
+int memory_files::get_mode(const char *path, mode_t *mode)
+{
+    int found = find(path);
+    if (found < 0)
+        return -1;
+    const node &asked = nodes[static_cast<size_t>(found)];
+    mode_t type = asked.what == kind::directory ? S_IFDIR
+                  : asked.what == kind::device  ? S_IFBLK
+                                                : S_IFREG;
+    *mode = asked.mode | type;
+    return 0;
+}
+
+int memory_files::set_mode(int fd, mode_t mode)
+{
+    descriptor *row = get(fd);
+    if (row == nullptr)
+        return -1;
+    nodes[static_cast<size_t>(row->node)].mode = mode;
+    return 0;
+}
+
+int memory_files::test(const char *path)
+{
+    return find(path) >= 0 ? 0 : -1;
+}
+
+} // namespace fuzz

@@ -1,0 +1,88 @@
+// A file system in memory: what the program sees of one, at the speed that a fuzzer needs.
+//
+// Directories, files, symbolic links and device nodes, paths resolved as the kernel does it ("..",
+// links, a file that is no directory), errors as the kernel gives them. Whatever changes is held
+// against the list of the program's own places.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace fuzz
+{
+
+class memory_files
+{
+  public:
+    // Everything as on a router that has just booted: the directories, the devices, no files.
+    void reset();
+
+    // Put a file there, whatever the program may do at that place. Its directory must exist.
+    void put(const std::string &path, const std::string &content);
+
+    // Its content, or null when there is no such file.
+    const std::string *read(const std::string &path);
+
+    bool exists(const std::string &path) { return find(path) >= 0; }
+
+    // The system calls. Descriptors begin with 3; results as the calls themselves have them, with
+    // errno.
+    int open(const char *path, int flags, mode_t mode);
+    int close(int fd);
+    ssize_t read(int fd, char *buffer, size_t size);
+    ssize_t write(int fd, const char *buffer, size_t size);
+    int truncate(int fd);
+    int unlink(const char *path);
+    int rename(const char *from, const char *to);
+    int make_directory(const char *path, mode_t mode);
+    int remove_directory(const char *path);
+    int make_link(const char *target, const char *path);
+    int make_device(const char *path, mode_t mode);
+    int get_mode(const char *path, mode_t *mode);
+    int set_mode(int fd, mode_t mode);
+    int test(const char *path);
+
+    // The path of an open file.
+    std::string path_of(int fd) const;
+    bool is_open(int fd) const;
+
+  private:
+    enum class kind { file, directory, link, device };
+    struct node {
+        kind what;
+        int parent;
+        bool is_there;
+        mode_t mode;
+        std::string name;
+        std::string data; // what is in a file; where a link leads to
+    };
+    struct descriptor {
+        int node = -1;
+        size_t position = 0;
+        int flags = 0;
+    };
+    struct place {
+        int node;      // -1 when it is not there
+        int directory; // -1 when it cannot be there: errno says why
+        std::string name;
+    };
+
+    int child(int directory, const std::string &name) const;
+    int add(kind what, int parent, const std::string &name, mode_t mode);
+    place resolve(const std::string &path, bool follow, int depth = 0);
+    int find(const std::string &path) { return resolve(path, true).node; }
+    std::string full_path(int node) const;
+    void check_change(int directory, const std::string &name) const;
+    int create(const char *path, kind what, mode_t mode, const char *data);
+    int remove(const char *path, kind unwanted, int error, bool is_directory);
+    bool is_empty(int directory) const;
+    descriptor *get(int fd);
+
+    std::vector<node> nodes;
+    size_t used = 0;
+    size_t standing = 0; // the nodes of a booted router come first
+    std::vector<descriptor> descriptors;
+};
+
+} // namespace fuzz

@@ -1,0 +1,633 @@
+#include "fuzz/outside.h"
+
+#include "fuzz/commands.h"
+#include "fuzz/property.h"
+#include "fuzz/world.h"
+
+#include <arpa/inet.h>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <jansson.h>
+#include <net/if.h>
+#include <net/route.h>
+#include <netinet/in.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+using fuzz::here;
+using fuzz::violated;
+
+namespace
+{
+
+constexpr pid_t OWN_PID = 4242;
+constexpr pid_t CHILD_PID = 4343;
+constexpr int SOCKET = 90; // one number for all: nothing is told apart by it
+constexpr size_t LOG_TEXT_MAX = 512;
+
+std::jmp_buf ending;
+std::jmp_buf child_ending;
+bool is_in_child = false;
+mode_t file_mask = 022;
+
+// Memory of documents, which the program leaves to the end of its process.
+struct block {
+    block *next;
+    block *previous;
+};
+
+block blocks = {&blocks, &blocks};
+
+void *take_memory(size_t size)
+{
+    auto *taken = static_cast<block *>(malloc(sizeof(block) + size));
+    if (taken == nullptr)
+        return nullptr;
+    *taken = {blocks.next, &blocks};
+    blocks.next->previous = taken;
+    blocks.next = taken;
+    return taken + 1;
+}
+
+void give_memory(void *memory)
+{
+    if (memory == nullptr)
+        return;
+    block *given = static_cast<block *>(memory) - 1;
+    given->next->previous = given->previous;
+    given->previous->next = given->next;
+    free(given);
+}
+
+// Room of their own for the streams' buffers, which the C library would take memory for each time.
+constexpr size_t STREAMS_MAX = 64;
+constexpr size_t BUFFER_SIZE = 1024;
+char buffers[STREAMS_MAX][BUFFER_SIZE];
+std::vector<FILE *> streams;
+
+ssize_t read_stream(void *cookie, char *buffer, size_t size)
+{
+    return here.files.read(static_cast<int>(reinterpret_cast<intptr_t>(cookie)), buffer, size);
+}
+
+ssize_t write_stream(void *cookie, const char *buffer, size_t size)
+{
+    return here.files.write(static_cast<int>(reinterpret_cast<intptr_t>(cookie)), buffer, size);
+}
+
+int close_stream(void *cookie)
+{
+    return here.files.close(static_cast<int>(reinterpret_cast<intptr_t>(cookie)));
+}
+
+FILE *make_stream(int fd, const char *mode)
+{
+    cookie_io_functions_t calls = {read_stream, write_stream, nullptr, close_stream};
+    FILE *stream = fopencookie(reinterpret_cast<void *>(static_cast<intptr_t>(fd)), mode, calls);
+    setvbuf(stream, buffers[fd % static_cast<int>(STREAMS_MAX)], _IOFBF, BUFFER_SIZE);
+    streams.push_back(stream);
+    return stream;
+}
+
+ssize_t write_output(void *, const char *buffer, size_t size)
+{
+    here.standard_output.append(buffer, size);
+    return static_cast<ssize_t>(size);
+}
+
+ssize_t write_nowhere(void *, const char *, size_t size)
+{
+    return static_cast<ssize_t>(size);
+}
+
+FILE *make_output(cookie_write_function_t *write)
+{
+    json_set_alloc_funcs(take_memory, give_memory);
+    return fopencookie(nullptr, "w", {nullptr, write, nullptr, nullptr});
+}
+
+[[noreturn]] void end_process(int status)
+{
+    if (is_in_child)
+        longjmp(child_ending, 1);
+    longjmp(ending, (status & 0xff) + 256);
+}
+
+// An address for an interface query: the usual one, or any.
+void give_address(sockaddr *address, in_addr_t usual_be)
+{
+    sockaddr_in inet = {};
+    inet.sin_family = AF_INET;
+    inet.sin_addr.s_addr = usual_be;
+    if (here.answer() != 0) {
+        in_addr_t any = 0;
+        for (int i = 0; i < 4; i++)
+            any = any << 8 | here.answer();
+        inet.sin_addr.s_addr = any;
+    }
+    memcpy(address, &inet, sizeof(inet));
+}
+
+void check_route(const rtentry *route)
+{
+    if (strlen(route->rt_dev) >= IFNAMSIZ)
+        violated("a device name that the kernel would cut: %s", route->rt_dev);
+}
+
+// The flash driver's record: six words, the offset first when reading, second when writing.
+void answer_flash(bool is_write, uintptr_t *record)
+{
+    constexpr uintptr_t AREA_START = 0x40000;
+    constexpr uintptr_t AREA_SIZE = 0x10000;
+    if (is_write) {
+        if (record[1] < AREA_START || record[1] + record[2] > AREA_START + AREA_SIZE)
+            violated("a write to the flash at 0x%zx", static_cast<size_t>(record[1]));
+        here.flash.assign(reinterpret_cast<const char *>(record[0]), record[2]);
+    } else {
+        char *buffer = reinterpret_cast<char *>(record[1]);
+        memset(buffer, 0, record[2]);
+        here.flash.copy(buffer, record[2]);
+        here.flash.erase(0, std::min<size_t>(record[2], here.flash.size()));
+    }
+    record[5] = here.answer() % 16;
+}
+
+void answer_request(unsigned long number, void *argument)
+{
+    auto *request = static_cast<ifreq *>(argument);
+    switch (number) {
+    case SIOCGIFADDR:
+        give_address(&request->ifr_addr, htonl(0xc0a80001));
+        break;
+    case SIOCGIFNETMASK:
+        give_address(&request->ifr_addr, htonl(0xffffff00));
+        break;
+    case SIOCADDRT:
+    case SIOCDELRT:
+        check_route(static_cast<const rtentry *>(argument));
+        break;
+    default:
+        break;
+    }
+}
+
+json_t *load(const char *path, size_t flags, json_error_t *error)
+{
+    int fd = here.files.open(path, O_RDONLY, 0);
+    if (fd < 0)
+        return nullptr;
+    // A directory opens and cannot be read.
+    const std::string *text = here.files.read(here.files.path_of(fd));
+    json_t *root = text != nullptr ? json_loadb(text->data(), text->size(), flags, error) : nullptr;
+    here.files.close(fd);
+    return root;
+}
+
+int dump_piece(const char *buffer, size_t size, void *text)
+{
+    static_cast<std::string *>(text)->append(buffer, size);
+    return 0;
+}
+
+} // namespace
+
+namespace fuzz
+{
+
+std::jmp_buf *process_end()
+{
+    return &ending;
+}
+
+void release_outside()
+{
+    for (FILE *stream : streams)
+        fclose(stream);
+    streams.clear();
+    while (blocks.next != &blocks)
+        give_memory(blocks.next + 1);
+    is_in_child = false;
+    file_mask = 022;
+}
+
+} // namespace fuzz
+
+extern "C" {
+
+FILE *outside_stdout = make_output(write_output);
+FILE *outside_stderr = make_output(write_nowhere);
+}
+
+void fuzz::flush_outside()
+{
+    fflush(outside_stdout);
+}
+
+extern "C" {
+
+// Processes
+
+int outside_system(const char *line)
+{
+    fflush(outside_stdout);
+    fuzz::check_line(line);
+    return static_cast<int>(here.answer()) << 8;
+}
+
+pid_t outside_fork()
+{
+    return is_in_child ? 0 : CHILD_PID;
+}
+
+pid_t outside_waitpid(pid_t pid, int *status, int)
+{
+    if (pid != CHILD_PID)
+        violated("waiting for a process of somebody else: %d", static_cast<int>(pid));
+    *status = static_cast<int>(here.answer()) << 8 | static_cast<int>(here.answer());
+    return pid;
+}
+
+int outside_execvp(const char *file, char *const words[])
+{
+    if (strcmp(file, words[0]) != 0)
+        violated("a tool under another name: %s", file);
+    fuzz::check_tool(words);
+    if (here.answer() == 0)
+        longjmp(child_ending, 1);
+    errno = ENOENT;
+    return -1;
+}
+
+[[noreturn]] void outside__exit(int status)
+{
+    end_process(status);
+}
+
+[[noreturn]] void outside_exit(int status)
+{
+    end_process(status);
+}
+
+pid_t outside_getpid()
+{
+    return OWN_PID;
+}
+
+pid_t outside_setsid()
+{
+    return CHILD_PID;
+}
+
+unsigned outside_alarm(unsigned)
+{
+    return 0;
+}
+
+unsigned outside_sleep(unsigned)
+{
+    return 0;
+}
+
+int outside_kill(pid_t, int sig)
+{
+    if (sig != SIGTERM && sig != SIGKILL)
+        violated("signal %d", sig);
+    return here.answer() == 0 ? 0 : -1;
+}
+
+void (*outside_signal(int, void (*)(int)))(int)
+{
+    return SIG_DFL;
+}
+
+int outside_sigaction(int, const struct sigaction *, struct sigaction *)
+{
+    return 0;
+}
+
+int outside_sigprocmask(int, const sigset_t *, sigset_t *)
+{
+    return 0;
+}
+
+// The real routine twice: as the child, up to the point where the tool takes over, and as its
+// parent.
+int real_run_words(const char *const argv[]) asm("__real__Z9run_wordsPKPKc");
+int seen_run_words(const char *const argv[]) asm("__wrap__Z9run_wordsPKPKc");
+
+int seen_run_words(const char *const argv[])
+{
+    fflush(outside_stdout);
+    is_in_child = true;
+    if (setjmp(child_ending) == 0)
+        real_run_words(argv);
+    is_in_child = false;
+    return real_run_words(argv);
+}
+
+// Environment and clock
+
+char *outside_getenv(const char *name)
+{
+    for (auto &variable : here.environment) {
+        if (variable.first == name)
+            return &variable.second[0];
+    }
+    return nullptr;
+}
+
+int outside_setenv(const char *name, const char *value, int)
+{
+    // TZ is for the C library, which reads the real one. A path in it would lead to real files.
+    static char zone[80] = "TZ=";
+    if (!is_in_child && strcmp(name, "TZ") == 0 && strchr(value, '/') == nullptr) {
+        snprintf(zone, sizeof(zone), "TZ=%s", value);
+        putenv(zone);
+    }
+    return 0;
+}
+
+time_t outside_time(time_t *now)
+{
+    time_t value = static_cast<time_t>(here.answer()) << 24;
+    if (now != nullptr)
+        *now = value;
+    return value;
+}
+
+long outside_syscall(long, ...)
+{
+    return here.answer() == 0 ? 0 : -1;
+}
+
+// Logging and messages
+
+void outside_openlog(const char *ident, int options, int facility)
+{
+    if (strlen(ident) == 0 || options != 0 || facility != 0)
+        violated("a log opened as \"%s\", %d, %d", ident, options, facility);
+}
+
+void outside_syslog(int priority, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    const char *text = va_arg(args, const char *);
+    va_end(args);
+    if (priority != 0 || strcmp(format, "%s") != 0 || strlen(text) >= LOG_TEXT_MAX)
+        violated("a log line at %d by \"%s\"", priority, format);
+}
+
+void outside_closelog() {}
+
+void outside_perror(const char *prefix)
+{
+    fprintf(outside_stderr, "%s: %s\n", prefix, strerror(errno));
+}
+
+[[gnu::format(printf, 1, 2)]] int outside_printf(const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    int result = vfprintf(outside_stdout, format, args);
+    va_end(args);
+    return result;
+}
+
+int outside_puts(const char *text)
+{
+    return fprintf(outside_stdout, "%s\n", text);
+}
+
+int outside_putchar(int c)
+{
+    return fputc(c, outside_stdout);
+}
+
+// Files
+
+int outside_open(const char *path, int flags, ...)
+{
+    mode_t mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list args;
+        va_start(args, flags);
+        mode = va_arg(args, mode_t);
+        va_end(args);
+    }
+    return here.files.open(path, flags, mode & ~file_mask);
+}
+
+int outside_close(int fd)
+{
+    if (fd == SOCKET || is_in_child) // the parent's own stay open
+        return 0;
+    return here.files.close(fd);
+}
+
+ssize_t outside_read(int fd, void *buffer, size_t size)
+{
+    return here.files.read(fd, static_cast<char *>(buffer), size);
+}
+
+ssize_t outside_write(int fd, const void *buffer, size_t size)
+{
+    return here.files.write(fd, static_cast<const char *>(buffer), size);
+}
+
+FILE *outside_fopen(const char *path, const char *mode)
+{
+    int flags = mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
+    int fd = outside_open(path, flags, 0666);
+    return fd < 0 ? nullptr : make_stream(fd, mode[0] == 'r' ? "r" : "w");
+}
+
+FILE *outside_fdopen(int fd, const char *mode)
+{
+    return make_stream(fd, mode[0] == 'r' ? "r" : "w");
+}
+
+int outside_fclose(FILE *stream)
+{
+    for (size_t i = streams.size(); i-- > 0;) {
+        if (streams[i] == stream) {
+            streams.erase(streams.begin() + static_cast<std::ptrdiff_t>(i));
+            return fclose(stream);
+        }
+    }
+    violated("a stream closed that is not open");
+}
+
+int outside_fileno(FILE *)
+{
+    return -1;
+}
+
+int outside_dup2(int, int to)
+{
+    return to;
+}
+
+int outside_access(const char *path, int)
+{
+    return here.files.test(path);
+}
+
+static int fill(mode_t mode, struct stat *status)
+{
+    *status = {};
+    status->st_mode = mode;
+    return 0;
+}
+
+int outside_stat(const char *path, struct stat *status)
+{
+    mode_t mode = 0;
+    return here.files.get_mode(path, &mode) == 0 ? fill(mode, status) : -1;
+}
+
+int outside_lstat(const char *path, struct stat *status)
+{
+    return outside_stat(path, status);
+}
+
+int outside_fstat(int fd, struct stat *status)
+{
+    return outside_stat(here.files.path_of(fd).c_str(), status);
+}
+
+int outside_fchmod(int fd, mode_t mode)
+{
+    return here.files.set_mode(fd, mode);
+}
+
+int outside_fsync(int fd)
+{
+    return here.files.is_open(fd) ? 0 : -1;
+}
+
+int outside_flock(int, int)
+{
+    return 0;
+}
+
+// The record lock of hotplug events: held by nobody, or by another process.
+int outside_fcntl(int fd, int command, ...)
+{
+    if (!here.files.is_open(fd)) {
+        errno = EBADF;
+        return -1;
+    }
+    va_list args;
+    va_start(args, command);
+    auto *request = va_arg(args, struct flock *);
+    va_end(args);
+    unsigned answer = here.answer();
+    if (answer == 1) {
+        errno = EDEADLK;
+        return -1;
+    }
+    if (command == F_GETLK && answer == 0)
+        request->l_type = F_UNLCK;
+    return 0;
+}
+
+mode_t outside_umask(mode_t mask)
+{
+    mode_t previous = file_mask;
+    file_mask = mask;
+    return previous;
+}
+
+int outside_unlink(const char *path)
+{
+    return here.files.unlink(path);
+}
+
+int outside_rename(const char *from, const char *to)
+{
+    return here.files.rename(from, to);
+}
+
+int outside_mkdir(const char *path, mode_t mode)
+{
+    return here.files.make_directory(path, mode & ~file_mask);
+}
+
+int outside_rmdir(const char *path)
+{
+    return here.files.remove_directory(path);
+}
+
+int outside_symlink(const char *target, const char *path)
+{
+    return here.files.make_link(target, path);
+}
+
+int outside_mknod(const char *path, mode_t mode, dev_t)
+{
+    return here.files.make_device(path, mode);
+}
+
+// Kernel requests
+
+int outside_socket(int, int, int)
+{
+    if (here.answer() == 0)
+        return SOCKET;
+    errno = EMFILE;
+    return -1;
+}
+
+int outside_ioctl(int fd, unsigned long number, ...)
+{
+    va_list args;
+    va_start(args, number);
+    void *argument = va_arg(args, void *);
+    va_end(args);
+    if (fd == STDIN_FILENO)
+        return 0;
+    if (here.answer() % 8 == 7) {
+        errno = ENODEV;
+        return -1;
+    }
+    const std::string path = here.files.path_of(fd);
+    if (path == "/dev/flash0")
+        answer_flash(number == 2, static_cast<uintptr_t *>(argument));
+    else if (path == "/dev/gpio")
+        *static_cast<uint32_t *>(argument) = here.answer() << 8;
+    else if (fd != SOCKET)
+        violated("request %lu on descriptor %d", number, fd);
+    else
+        answer_request(number, argument);
+    return 0;
+}
+
+// Documents
+
+json_t *outside_json_load_file(const char *path, size_t flags, json_error_t *error)
+{
+    return load(path, flags, error);
+}
+
+int outside_json_dump_file(const json_t *root, const char *path, size_t flags)
+{
+    int fd = outside_open(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    if (fd < 0)
+        return -1;
+    std::string text;
+    int result = json_dump_callback(root, dump_piece, &text, flags);
+    here.files.write(fd, text.data(), text.size());
+    return here.files.close(fd) == 0 ? result : -1;
+}
+}

@@ -1,0 +1,116 @@
+#include "fuzz/world.h"
+
+#include "fuzz/outside.h"
+#include "main/programs.h"
+#include "platform/nvram.h"
+
+#include <csetjmp>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <jansson.h>
+
+namespace fuzz
+{
+
+world here;
+
+[[noreturn]] void violated(const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    fputs("\nfuzz: ", stderr);
+    vfprintf(stderr, format, args);
+    fputc('\n', stderr);
+    va_end(args);
+    abort();
+}
+
+unsigned world::answer()
+{
+    return next < answers.size() ? static_cast<unsigned char>(answers[next++]) : 0;
+}
+
+// A C text ends at its first NUL, so that is all of a variable that there can be.
+void world::set_variable(const std::string &name, const std::string *value)
+{
+    if (value != nullptr)
+        environment.emplace_back(name, value->c_str());
+}
+
+void world::put_file(const std::string &path, const std::string *content)
+{
+    if (content != nullptr)
+        files.put(path, *content);
+}
+
+void reset_world()
+{
+    release_outside();
+    here.files.reset();
+    here.environment.clear();
+    here.answers.clear();
+    here.next = 0;
+    here.lines.clear();
+    here.tools.clear();
+    here.standard_output.clear();
+    here.flash.clear();
+    here.is_expecting = false;
+    for (int section = 0; section < 4; section++)
+        nvram_close(section);
+}
+
+int run(const std::function<int()> &routine)
+{
+    // What the process would end with comes back as a jump, with 256 added: 0 is the first return.
+    int ended = setjmp(*process_end());
+    int result = ended != 0 ? ended - 256 : routine();
+    flush_outside();
+    return result;
+}
+
+int run_program_with(const std::vector<std::string> &words)
+{
+    std::vector<std::string> own;
+    for (const std::string &word : words)
+        own.emplace_back(word.c_str());
+    std::vector<char *> argv;
+    for (std::string &word : own)
+        argv.push_back(&word[0]);
+    argv.push_back(nullptr);
+    int argc = static_cast<int>(own.size());
+    return run([&] { return run_program(argc, argv.data()); });
+}
+
+static bool is_valid(const char *path)
+{
+    const std::string *text = here.files.read(path);
+    if (text == nullptr)
+        return true;
+    json_t *root = json_loadb(text->data(), text->size(), 0, nullptr);
+    json_decref(root);
+    return root != nullptr;
+}
+
+static bool is_locked(const char *name)
+{
+    return here.files.exists(std::string("/var/lock/") + name + ".lock");
+}
+
+documents_check::documents_check()
+    : is_store_valid(is_valid("/var/run/state_link")), is_store_locked(is_locked("state_link")),
+      is_config_locked(is_locked("Config"))
+{
+}
+
+void documents_check::after() const
+{
+    if (is_store_valid && !is_valid("/var/run/state_link"))
+        violated("the link-state store is no JSON any more");
+    if (!is_store_locked && is_locked("state_link"))
+        violated("the lock of the link-state store stays");
+    if (is_locked("Config") != is_config_locked)
+        violated("the lock of the configuration is not as before");
+}
+
+} // namespace fuzz

@@ -1,0 +1,72 @@
+// The world around the program in a fuzzing process: files, environment, answers of everything that
+// is not the program, and what must hold of all that it asks the world for.
+//
+// The objects of mcfg_core are the real ones. Their calls that reach outside are led here when the
+// target is linked (outside.syms, outside.cpp).
+#pragma once
+
+#include "fuzz/input.h"
+#include "fuzz/memory_files.h"
+#include "fuzz/property.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace fuzz
+{
+
+struct world {
+    memory_files files;
+    std::vector<std::pair<std::string, std::string>> environment;
+
+    // What calls that can go either way give: each takes the next character. 0, and the end, mean
+    // that it goes well.
+    std::string answers;
+    size_t next = 0;
+
+    // What was asked for, in order: command lines for the shell, and words of tools run without it.
+    std::vector<std::string> lines;
+    std::vector<std::vector<std::string>> tools;
+    std::string standard_output;
+
+    // The flash as the driver gives it, at any offset.
+    std::string flash;
+    // The words of the line being formatted, and whether it is too long for its room.
+    bool is_expecting = false;
+    bool is_cut = false;
+    std::vector<std::string> expected;
+
+    unsigned answer();
+    void set_variable(const std::string &name, const std::string *value);
+    void put_file(const std::string &path, const std::string *content);
+};
+
+extern world here;
+
+// Empty the world: a booted router without settings.
+void reset_world();
+
+// Run the routine until it returns or ends the process. Returns its result, or the process status.
+int run(const std::function<int()> &routine);
+
+// Run the program with the words given, the first one its name.
+int run_program_with(const std::vector<std::string> &words);
+
+// A document that was valid before, or missing, is valid now; a lock that was free is free.
+class documents_check
+{
+  public:
+    // The files of the documents as they are now.
+    documents_check();
+    void after() const;
+
+  private:
+    bool is_store_valid;
+    bool is_store_locked;
+    bool is_config_locked;
+};
+
+} // namespace fuzz
