@@ -134,11 +134,18 @@ static message answer_keep(const message &, const std::vector<int> &)
 
 using answerer = message (*)(const message &, const std::vector<int> &);
 
+// clang-format off
 static const std::map<std::string, answerer> answerers = {
-    {"run", answer_run},       {"bystander", answer_bystander}, {"running", answer_running},
-    {"end", answer_end},       {"bind", answer_bind},           {"interface", answer_interface},
-    {"number", answer_number}, {"keep", answer_keep},
+    {"run", answer_run},
+    {"bystander", answer_bystander},
+    {"running", answer_running},
+    {"end", answer_end},
+    {"bind", answer_bind},
+    {"interface", answer_interface},
+    {"number", answer_number},
+    {"keep", answer_keep},
 };
+// clang-format on
 
 static void answer(int requests, const message &request, const std::vector<int> &descriptors)
 {

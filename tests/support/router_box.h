@@ -3,8 +3,8 @@
 // over the same files and the same network.
 //
 // KEEPING A WORLD. With MCFG_KEEP_WORLD in the environment, the world of a box that ends in a test
-// that has failed by then stays, with its files, its network and what still runs in it. A message on
-// standard error says how to enter it and how to end it.
+// that has failed by then stays, with its files, its network and what still runs in it. A message
+// on standard error says how to enter it and how to end it.
 #pragma once
 
 #include "support/world.h"
