@@ -1,7 +1,14 @@
 #include "util/output_file.h"
 
+#include "util/text.h"
+
 #include <errno.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+constexpr size_t OUTPUT_PATH_MAX = 128;
+using output_path = char[OUTPUT_PATH_MAX];
 
 FILE *create_output(const char *path)
 {
@@ -22,6 +29,38 @@ bool close_output(FILE *file, const char *path)
         is_whole = false;
     }
     return is_whole;
+}
+
+static void path_beside(output_path &beside, const char *path)
+{
+    text_format(beside, sizeof(beside), "%s.new", path);
+}
+
+FILE *create_beside(const char *path)
+{
+    output_path beside;
+    path_beside(beside, path);
+    FILE *file = fopen(beside, "w");
+    if (file == nullptr) {
+        perror(path);
+        return nullptr;
+    }
+    struct stat before;
+    if (stat(path, &before) == 0)
+        fchmod(fileno(file), before.st_mode & 07777);
+    return file;
+}
+
+void replace_output(FILE *file, const char *path)
+{
+    output_path beside;
+    path_beside(beside, path);
+    if (close_output(file, path)) {
+        if (rename(beside, path) == 0)
+            return;
+        perror(path);
+    }
+    unlink(beside);
 }
 
 int check_path_part(const char *name)

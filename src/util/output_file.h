@@ -11,6 +11,14 @@ FILE *create_output(const char *path);
 // on standard error with path as prefix.
 bool close_output(FILE *file, const char *path);
 
+// Create PATH.new for writing, whose place replace_output() gives it: path is what it was before,
+// or whole. A file that is there already passes its mode on. A failure is as above.
+FILE *create_beside(const char *path);
+
+// Close what create_beside(path) has given and put it in place of path. When not all of it could be
+// stored, that is reported as above, path stays as it was and nothing is left beside it.
+void replace_output(FILE *file, const char *path);
+
 // Before name becomes part of a path: with a slash in it, it could lead out of the directory that
 // it is meant for. Returns 0, or EINVAL when it holds one, which is reported on standard error with
 // the name as prefix.

@@ -102,11 +102,11 @@ static void write_settings(FILE *file)
 
 static void write_profile()
 {
-    FILE *file = create_output(PROFILE);
+    FILE *file = create_beside(PROFILE);
     if (file == nullptr)
         return;
     write_settings(file);
-    close_output(file, PROFILE);
+    replace_output(file, PROFILE);
 }
 
 int gen_config(const char *, int mode)
@@ -114,12 +114,14 @@ int gen_config(const char *, int mode)
     shell("rmmod rt2860v2_ap");
     logmessage("gen_config", "mode = %d\n", mode);
     logmessage("gen_config", "RT2860_NVRAM = %d\n", 0);
-    nvram_init(mode);
+    bool is_readable = nvram_init(mode) >= 0;
     shell("mkdir -p /etc/Wireless/RT2860");
     if (mode != NVRAM_WIRELESS)
         return 0;
 
-    write_profile();
+    // Without its settings the driver would make an open network: better those of before.
+    if (is_readable)
+        write_profile();
     nvram_close(mode);
     shell("modprobe rt2860v2_ap");
     sleep(1);

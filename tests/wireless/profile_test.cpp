@@ -5,6 +5,7 @@
 #include "support/unit_test.h"
 
 #include <string>
+#include <sys/mount.h>
 
 namespace
 {
@@ -198,12 +199,42 @@ TEST_F(profile, that_cannot_be_created_does_not_keep_the_driver_out)
     EXPECT_TRACE(DRIVER_RELOADED, world.trace());
 }
 
-TEST_F(profile, that_cannot_be_stored_is_reported)
+// A disk with room for the profile of before and a little more. Half a profile ends before the
+// keys, and might make an open network.
+TEST_F(profile, that_cannot_be_stored_leaves_the_one_before)
 {
-    world.symlink("/dev/full", PROFILE);
-    world.write("/dev/full", "");
-    world.bind("/dev/full", "/dev/full");
-    EXPECT_EQ(said_by_gen_config(), "/etc/Wireless/RT2860/RT2860.dat: No space left on device\n");
+    world.mkdir("/etc/Wireless/RT2860");
+    world.write("/etc/nvram/1", "WPAPSK1=" + std::string(9000, 'p') + "\n");
+    for (const char *before : {"SSID1=before\n", ""}) {
+        ASSERT_EQ(mount("disk", "/etc/Wireless/RT2860", "tmpfs", 0, "size=8k"), 0);
+        world.clear_trace();
+        if (before[0] != '\0')
+            world.write(PROFILE, before, 0600);
+        EXPECT_EQ(said_by_gen_config(),
+                  "/etc/Wireless/RT2860/RT2860.dat: No space left on device\n");
+        EXPECT_EQ(world.exists(PROFILE) ? world.read(PROFILE) : "", before);
+        EXPECT_FALSE(world.exists("/etc/Wireless/RT2860/RT2860.dat.new"));
+        EXPECT_TRACE(DRIVER_RELOADED, world.trace());
+        EXPECT_EQ(umount2("/etc/Wireless/RT2860", MNT_DETACH), 0);
+    }
+}
+
+TEST_F(profile, keeps_its_mode)
+{
+    world.write(PROFILE, "", 0600);
+    made_from("");
+    EXPECT_EQ(world.mode(PROFILE), 0600u);
+    EXPECT_FALSE(world.exists("/etc/Wireless/RT2860/RT2860.dat.new"));
+}
+
+// Not as a section that is empty: the driver would start without name and keys.
+TEST_F(profile, of_a_section_that_cannot_be_read_is_the_one_before)
+{
+    world.write(PROFILE, "SSID1=before\n");
+    world.mkdir("/etc/nvram/1");
+    EXPECT_EQ(said_by_gen_config(), "/etc/nvram/1: Is a directory\n");
+    EXPECT_EQ(world.read(PROFILE), "SSID1=before\n");
+    EXPECT_TRACE(DRIVER_RELOADED, world.trace());
 }
 
 TEST_F(profile, goes_on_when_everything_fails)
