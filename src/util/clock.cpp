@@ -24,6 +24,18 @@ struct kernel_zone {
     int daylight;
 };
 
+// The calls take machine words, also where the C library's time_t has 64 bits on a 32-bit machine.
+static_assert(sizeof(kernel_time) == 2 * sizeof(void *));
+
+// musl renames them on 32-bit machines, as their time ends in 2038.
+#ifdef SYS_gettimeofday_time32
+constexpr long GET_TIME_OF_DAY = SYS_gettimeofday_time32;
+constexpr long SET_TIME_OF_DAY = SYS_settimeofday_time32;
+#else
+constexpr long GET_TIME_OF_DAY = SYS_gettimeofday;
+constexpr long SET_TIME_OF_DAY = SYS_settimeofday;
+#endif
+
 static bool read_zone_name(char *name, int cap)
 {
     FILE *file = fopen(ZONE_FILE, "r");
@@ -59,9 +71,10 @@ void update_time()
 
     kernel_time clock = {};
     kernel_zone zone = {};
-    syscall(SYS_gettimeofday, &clock, &zone);
+    bool is_read = syscall(GET_TIME_OF_DAY, &clock, &zone) == 0;
     logmessage(TAG, "gm.tm_hour = %d, local.tm_hour = %d", utc.tm_hour, local.tm_hour);
     zone.minutes_west = (utc.tm_hour - local.tm_hour) * 60;
-    syscall(SYS_settimeofday, &clock, &zone);
+    if (is_read) // or it would be set to 1970
+        syscall(SET_TIME_OF_DAY, &clock, &zone);
     logmessage(TAG, "done");
 }

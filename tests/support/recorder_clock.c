@@ -119,17 +119,23 @@ int clock_gettime(clockid_t clock, struct timespec *result)
     return 0;
 }
 
-static long play_get_clock(struct kernel_time *time, struct zone *zone)
+// Whether reading the clock is refused or played; *result is then the call's.
+static bool play_get_clock(struct kernel_time *time, struct zone *zone, int *result)
 {
     struct kernel_time now;
     struct zone played;
-    if (!clock_is_played(&now, &played))
-        return -1;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "gettimeofday");
+    *result = 0;
+    bool is_answered = box_recording != RECORDING_OFF && answered_by_rule(&event, result);
+    line_free(&event);
+    if (is_answered || !clock_is_played(&now, &played))
+        return is_answered;
     if (time != NULL)
         *time = now;
     if (zone != NULL)
         *zone = played;
-    return 0;
+    return true;
 }
 
 // System calls made without the C library's help: the two of the clock are as above, all others
@@ -147,8 +153,9 @@ long syscall(long number, ...)
         find_real("syscall", &real);
     if (number == SYS_settimeofday)
         return trace_set_clock((const struct kernel_time *)words[0], (const struct zone *)words[1]);
+    int result;
     if (number == SYS_gettimeofday &&
-        play_get_clock((struct kernel_time *)words[0], (struct zone *)words[1]) == 0)
-        return 0;
+        play_get_clock((struct kernel_time *)words[0], (struct zone *)words[1], &result))
+        return result;
     return real(number, words[0], words[1], words[2], words[3], words[4], words[5], words[6]);
 }

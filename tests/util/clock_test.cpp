@@ -3,6 +3,7 @@
 #include "support/unit_test.h"
 
 #include <stdlib.h>
+#include <string>
 
 namespace
 {
@@ -29,6 +30,15 @@ TEST_F(clock_zone, is_set_together_with_the_time_as_read)
     )",
                  world.trace());
     EXPECT_STREQ(getenv("TZ"), "UTC-3");
+}
+
+TEST_F(clock_zone, of_a_clock_that_cannot_be_read_is_not_set)
+{
+    world.write("/etc/TZ", "UTC-3\n");
+    world.on("fail ENOSYS gettimeofday");
+    update_time();
+    EXPECT_EQ(world.trace_of({"gettimeofday", "settimeofday"}), "gettimeofday = ENOSYS\n");
+    EXPECT_NE(world.trace().find("log update_time: done\n"), std::string::npos);
 }
 
 TEST_F(clock_zone, of_the_environment_stays_without_a_zone_file)
