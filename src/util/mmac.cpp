@@ -139,6 +139,15 @@ static int set(const parameter &asked, char *value)
     return 0;
 }
 
+// A script must not take an answer that was cut for one.
+static bool is_answer_out()
+{
+    if (fflush(stdout) == 0 && ferror(stdout) == 0)
+        return true;
+    perror("mmac");
+    return false;
+}
+
 int mmac_main(int argc, char **argv)
 {
     if (argc < 2)
@@ -160,5 +169,5 @@ int mmac_main(int argc, char **argv)
     nvram_init(NVRAM_DEVICE);
     int status = is_get ? get(*asked) : set(*asked, argv[3]);
     nvram_close(NVRAM_DEVICE);
-    return status;
+    return is_answer_out() ? status : 1;
 }

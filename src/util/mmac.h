@@ -7,6 +7,6 @@
 // "hwrev", "countrycode", "flashspeed" and "appex". get prints the value as one line; an address
 // that is not set is counted from the base address. set stores the value as given; an address must
 // be one. Returns the process status: 0, or 1 for too few or too many arguments, for a value that
-// is not set or not an address, and when NVRAM cannot be written. An unknown command or parameter
-// shows the usage and gives 0. Messages go to standard error.
+// is not set or not an address, and when NVRAM or the answer cannot be written. An unknown command
+// or parameter shows the usage and gives 0. Messages go to standard error.
 int mmac_main(int argc, char **argv);

@@ -1,0 +1,51 @@
+// What the MAC tool's own tests in a router box cannot show: an answer that finds no room.
+#include "util/mmac.h"
+
+#include "platform/nvram.h"
+#include "support/unit_test.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace
+{
+
+class mmac_answer : public support::unit_test
+{
+  protected:
+    // The status of "mmac get PARAMETER" whose standard output is that file, in a process of its
+    // own, which has no part in what gtest has still to write.
+    static int status_of(const char *parameter, const char *file)
+    {
+        fflush(nullptr);
+        pid_t child = fork();
+        if (child == 0) {
+            std::string words[] = {"mmac", "get", parameter};
+            char *argv[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
+            int out = open(file, O_WRONLY | O_CREAT, 0600);
+            dup2(out, STDOUT_FILENO);
+            _exit(mmac_main(3, argv));
+        }
+        int status = 0;
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+};
+
+TEST_F(mmac_answer, that_cannot_be_written_is_none)
+{
+    nvram_close(0);
+    world.write("/etc/nvram/0", "ethaddr=00:0a:eb:11:22:30\npin=12345670\n");
+    world.write("/dev/full", "");
+    world.bind("/dev/full", "/dev/full");
+    for (const char *parameter : {"pin", "lan", "wan"}) {
+        SCOPED_TRACE(parameter);
+        EXPECT_EQ(status_of(parameter, "/dev/full"), 1);
+        EXPECT_EQ(status_of(parameter, "/tmp/answer"), 0);
+    }
+}
+
+} // namespace
