@@ -1,5 +1,6 @@
 #include "util/lock.h"
 
+#include "support/texts.h"
 #include "support/unit_test.h"
 
 #include <string>
@@ -52,6 +53,21 @@ TEST_F(lock_file, that_cannot_be_created_is_tried_once)
         log mcfg-open_file_with_lock: Can't open unlock file
     )",
                  world.trace());
+}
+
+// The directory is there and refuses the file, as a read-only file system does even to root.
+TEST_F(lock_file, that_is_refused_by_its_directory_is_tried_once)
+{
+    world.bind(support::fixtures_path(), "/var/lock");
+    world.on("watch exists");
+    EXPECT_EQ(set_lock_on_file("state_link", 15), 0);
+    EXPECT_TRACE(R"(
+        exists /var/lock/state_link.lock = no
+        log mcfg-open_file_with_lock: Can't open unlock file
+    )",
+                 world.trace());
+    EXPECT_TRUE(world.exists("/var/lock"));
+    EXPECT_FALSE(world.exists(LOCK));
 }
 
 TEST_F(lock_file, is_tested_once_when_it_is_free)
