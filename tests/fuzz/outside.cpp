@@ -620,6 +620,15 @@ json_t *outside_json_load_file(const char *path, size_t flags, json_error_t *err
     return load(path, flags, error);
 }
 
+// The text is its caller's, to be given back with free().
+char *outside_json_dumps(const json_t *root, size_t flags)
+{
+    char *text = json_dumps(root, flags);
+    char *own = text != nullptr ? strdup(text) : nullptr;
+    give_memory(text);
+    return own;
+}
+
 int outside_json_dump_file(const json_t *root, const char *path, size_t flags)
 {
     int fd = outside_open(path, O_WRONLY | O_CREAT | O_TRUNC, 0666);
