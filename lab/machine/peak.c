@@ -1,7 +1,8 @@
-/* peak COMMAND...: runs a command and says on standard error how much memory it had at most, without
- * the programs it ran in turn: "peak: 1234 kB COMMAND". Ends as the command did.
+/* peak COMMAND...: runs a command and says on standard error how much memory it had at most,
+ * without the programs it ran in turn: "peak: 1234 kB COMMAND". Ends as the command did.
  *
- * The kernel stops a traced process just before it is gone; its memory can still be asked for then. */
+ * The kernel stops a traced process just before it is gone; its memory can still be asked for then.
+ */
 #include <signal.h>
 #include <stdio.h>
 #include <sys/ptrace.h>

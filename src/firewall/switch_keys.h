@@ -28,10 +28,17 @@ inline constexpr switch_value off_values[] = {
     {nullptr, 0},
 };
 
+// clang-format off
 inline constexpr switch_value mac_values[] = {
-    {"0", MAC_OFF},  {"disabled", MAC_OFF}, {"1", MAC_ALLOW}, {"allow", MAC_ALLOW},
-    {"2", MAC_DENY}, {"deny", MAC_DENY},    {nullptr, 0},
+    {"0", MAC_OFF},
+    {"disabled", MAC_OFF},
+    {"1", MAC_ALLOW},
+    {"allow", MAC_ALLOW},
+    {"2", MAC_DENY},
+    {"deny", MAC_DENY},
+    {nullptr, 0},
 };
+// clang-format on
 
 struct switch_key {
     const char *file;

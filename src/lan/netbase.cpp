@@ -32,11 +32,16 @@ constexpr words ADD_VLANS[] = {
     {"vconfig", "add", "eth2", "2"},
 };
 
+// clang-format off
 constexpr words BUILD_BRIDGE[] = {
-    {"brctl", "addbr", "br0"},           {"brctl", "addif", "br0", "vlan1"},
-    {"brctl", "addif", "br0", "ra0"},    {"brctl", "setfd", "br0", "0.1"},
-    {"brctl", "sethello", "br0", "0.1"}, {"brctl", "stp", "br0", "0"},
+    {"brctl", "addbr", "br0"},
+    {"brctl", "addif", "br0", "vlan1"},
+    {"brctl", "addif", "br0", "ra0"},
+    {"brctl", "setfd", "br0", "0.1"},
+    {"brctl", "sethello", "br0", "0.1"},
+    {"brctl", "stp", "br0", "0"},
 };
+// clang-format on
 
 constexpr words REMOVE_VLANS_AND_BRIDGE[] = {
     {"vconfig", "rem", "vlan2"},

@@ -196,10 +196,15 @@ struct dhcp_event {
 };
 
 // Tried in this order, the first that matches is the one; the last matches every name.
+// clang-format off
 constexpr dhcp_event events[] = {
-    {"deconfig", udhcpc_deconfig},   {"bound", udhcpc_bound}, {"renew", udhcpc_renew},
-    {"leasefail", udhcpc_leasefail}, {"", udhcpc_deconfig},
+    {"deconfig", udhcpc_deconfig},
+    {"bound", udhcpc_bound},
+    {"renew", udhcpc_renew},
+    {"leasefail", udhcpc_leasefail},
+    {"", udhcpc_deconfig},
 };
+// clang-format on
 
 int udhcpc_main(int argc, char **argv)
 {

@@ -22,8 +22,8 @@ const char *why_unsuited(const char *wan_type, const char *type);
 
 // Stop the daemons of all tunnels, dialled or not: xl2tpd by its name, which stops every L2TP
 // tunnel, and pppd with SIGTERM through the pid file of the tunnel's link, a second time after 3
-// seconds when that fails. Members that are missing or no texts count as empty. A name with a slash in
-// it was never dialled (wan/peer.h); its pid file is only looked for.
-// Logs (tag mcfg-stop_tunnels) each tunnel and its pid file, and "Error on tun_array" when tunnels
-// is no array.
+// seconds when that fails. Members that are missing or no texts count as empty. A name with a slash
+// in it was never dialled (wan/peer.h); its pid file is only looked for. Logs (tag
+// mcfg-stop_tunnels) each tunnel and its pid file, and "Error on tun_array" when tunnels is no
+// array.
 void stop_tunnels(const json_t *tunnels);

@@ -83,15 +83,28 @@ TEST_F(HotplugBlock, NamesPartitionsAfterDriverDiskAndNumber)
 
 TEST_F(HotplugBlock, TakesTheFirstFourDisksOnly)
 {
+    // clang-format off
     struct {
         const char *minor;
         bool is_taken;
     } const rows[] = {
-        {"0", true},     {"31", true},          {"47", true},           {"63", true},
-        {"64", false},   {"65", false},         {"4095", false},        {"4096", false},
-        {"4097", false}, {"-15", true},         {"-16", false},         {"-4096", false},
-        {"2544", false}, {"2147483647", false}, {"-2147483648", false},
+        {"0", true},
+        {"31", true},
+        {"47", true},
+        {"63", true},
+        {"64", false},
+        {"65", false},
+        {"4095", false},
+        {"4096", false},
+        {"4097", false},
+        {"-15", true},
+        {"-16", false},
+        {"-4096", false},
+        {"2544", false},
+        {"2147483647", false},
+        {"-2147483648", false},
     };
+    // clang-format on
     for (const auto &row : rows) {
         SCOPED_TRACE(row.minor);
         world.clear_trace();

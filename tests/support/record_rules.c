@@ -14,16 +14,26 @@
 
 enum rest { REST_NONE, REST_SOME };
 
+// clang-format off
 static const struct rule_kind {
     const char *name;
     int arguments;
     enum rest rest;
 } rule_kinds[] = {
-    {"exit", 1, REST_SOME},   {"print", 1, REST_SOME}, {"pass", 1, REST_SOME},
-    {"fail", 1, REST_SOME},   {"skip", 0, REST_SOME},  {"wait", 1, REST_SOME},
-    {"gpio", 1, REST_NONE},   {"flash", 1, REST_NONE}, {"flash-status", 1, REST_NONE},
-    {"switch", 2, REST_NONE}, {"clock", 3, REST_NONE}, {"watch", 1, REST_NONE},
+    {"exit", 1, REST_SOME},
+    {"print", 1, REST_SOME},
+    {"pass", 1, REST_SOME},
+    {"fail", 1, REST_SOME},
+    {"skip", 0, REST_SOME},
+    {"wait", 1, REST_SOME},
+    {"gpio", 1, REST_NONE},
+    {"flash", 1, REST_NONE},
+    {"flash-status", 1, REST_NONE},
+    {"switch", 2, REST_NONE},
+    {"clock", 3, REST_NONE},
+    {"watch", 1, REST_NONE},
 };
+// clang-format on
 
 static const char *skip_blanks(const char *text)
 {

@@ -190,12 +190,19 @@ static void mount_or_fail(const char *from, const std::string &to, const char *t
 // read-only.
 static unsigned long mount_flags(const std::string &path)
 {
+    // clang-format off
     static const struct {
         unsigned long has;
         unsigned long flag;
-    } pairs[] = {{ST_NOSUID, MS_NOSUID},         {ST_NODEV, MS_NODEV},
-                 {ST_NOEXEC, MS_NOEXEC},         {ST_NOATIME, MS_NOATIME},
-                 {ST_NODIRATIME, MS_NODIRATIME}, {ST_RELATIME, MS_RELATIME}};
+    } pairs[] = {
+        {ST_NOSUID, MS_NOSUID},
+        {ST_NODEV, MS_NODEV},
+        {ST_NOEXEC, MS_NOEXEC},
+        {ST_NOATIME, MS_NOATIME},
+        {ST_NODIRATIME, MS_NODIRATIME},
+        {ST_RELATIME, MS_RELATIME},
+    };
+    // clang-format on
     struct statvfs status;
     if (statvfs(path.c_str(), &status) != 0)
         fail(path);

@@ -25,10 +25,16 @@ inline constexpr char config[] = R"({"Network":{"Wan":[
         {"name":7,"metric":8}, 7, null]},
     {"iface":"wimax0","type":"dhcp","Tunnels":[{"name":"second","metric":3}]}]}})";
 
+// clang-format off
 inline const environment wan1 = {
-    {"IFNAME", "ppp1"},       {"LINKNAME", "pppoe-wan1"}, {"IPLOCAL", "10.9.0.10"},
-    {"IPREMOTE", "10.9.0.1"}, {"DNS1", "10.9.0.53"},      {"DNS2", "10.9.0.54"},
+    {"IFNAME", "ppp1"},
+    {"LINKNAME", "pppoe-wan1"},
+    {"IPLOCAL", "10.9.0.10"},
+    {"IPREMOTE", "10.9.0.1"},
+    {"DNS1", "10.9.0.53"},
+    {"DNS2", "10.9.0.54"},
 };
+// clang-format on
 
 inline environment with(environment env, const std::string &name, const std::string &value)
 {
