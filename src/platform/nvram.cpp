@@ -246,7 +246,7 @@ int nvram_init(int section)
     return result;
 }
 
-const char *nvram_bufget(int section, const char *key)
+const char *nvram_platform::nvram_bufget(int section, const char *key)
 {
     if (!is_section(section))
         return "";
@@ -257,7 +257,7 @@ const char *nvram_bufget(int section, const char *key)
     return line.start == line.end ? "" : copy->text + line.start + strlen(key) + strlen("=");
 }
 
-const char *nvram_get(int section, const char *key)
+const char *nvram_platform::nvram_get(int section, const char *key)
 {
     return nvram_bufget(section, key);
 }

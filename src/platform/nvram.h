@@ -26,12 +26,6 @@ extern "C" {
 // empty.
 int nvram_init(int section);
 
-// The value of key, or "" when it is not set or set to nothing. Never null. A section that is not
-// open is opened. On the board the first call reads the section's buffer and the second one the
-// store; here there is one copy and the two do the same.
-const char *nvram_bufget(int section, const char *key);
-const char *nvram_get(int section, const char *key);
-
 // Set key to value in the section's file: at once, whole or not at all, and without losing what
 // another process sets meanwhile (waits for it). Works on a section that is open or not.
 // Returns 0, or a negative error number with the file untouched: -EINVAL for a section out of
@@ -41,4 +35,29 @@ int nvram_bufset(int section, const char *key, const char *value);
 
 // Close section: its values are no longer valid. Returns 0, or -EINVAL for a section out of range.
 int nvram_close(int section);
+}
+
+// The platform's reading calls. A board's library may give null for a key that is not set, so these
+// names are kept apart from those that the program calls.
+namespace nvram_platform
+{
+extern "C" {
+const char *nvram_bufget(int section, const char *key);
+const char *nvram_get(int section, const char *key);
+}
+} // namespace nvram_platform
+
+// The value of key, or "" when it is not set or set to nothing. Never null. A section that is not
+// open is opened. On the board the first call reads the section's buffer and the second one the
+// store; here there is one copy and the two do the same.
+inline const char *nvram_bufget(int section, const char *key)
+{
+    const char *value = nvram_platform::nvram_bufget(section, key);
+    return value != nullptr ? value : "";
+}
+
+inline const char *nvram_get(int section, const char *key)
+{
+    const char *value = nvram_platform::nvram_get(section, key);
+    return value != nullptr ? value : "";
 }
