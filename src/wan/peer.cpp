@@ -3,6 +3,7 @@
 #include "util/output_file.h"
 #include "util/process.h"
 #include "util/text.h"
+#include "wan/option_text.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -10,30 +11,51 @@
 
 constexpr size_t PEER_PATH_MAX = 80;
 
+static void write_option(FILE *file, const char *option, const char *value)
+{
+    fprintf(file, "%s ", option);
+    write_pppd_value(file, value);
+    fputc('\n', file);
+}
+
+static void write_quoted_option(FILE *file, const char *option, const char *value)
+{
+    fprintf(file, "%s ", option);
+    write_pppd_quoted(file, value);
+    fputc('\n', file);
+}
+
+// The tunnel's type and name in one word, each up to its line end.
+static void write_joined_option(FILE *file, const char *option, const ppp_params &params,
+                                char joint)
+{
+    char value[sizeof(params.type) + sizeof(params.name)];
+    text_format(value, sizeof(value), "%.*s%c%.*s", static_cast<int>(value_length(params.type)),
+                params.type, joint, static_cast<int>(value_length(params.name)), params.name);
+    write_option(file, option, value);
+}
+
 static void write_ipparam(FILE *file, const ppp_params &params)
 {
-    fprintf(file, "ipparam %s/%s\n", params.type, params.name);
+    write_joined_option(file, "ipparam", params, '/');
 }
 
 static void write_pptp_head(FILE *file, const ppp_params &params)
 {
-    fprintf(file,
-            "name %s\n"
-            "plugin pptp.so\n"
-            "pptp_server %s\n",
-            params.name, params.server);
+    write_option(file, "name", params.name);
+    fputs("plugin pptp.so\n", file);
+    write_option(file, "pptp_server", params.server);
     write_ipparam(file, params);
 }
 
 // The bare interface name is an option of the plugin: the device to run on.
 static void write_pppoe_head(FILE *file, const ppp_params &params)
 {
-    fprintf(file,
-            "plugin /usr/lib/pppd/rp-pppoe.so\n"
-            "rp_pppoe_ac \"%s\"\n"
-            "rp_pppoe_service \"%s\"\n"
-            "%s\n",
-            params.ac, params.service, params.iface);
+    fputs("plugin /usr/lib/pppd/rp-pppoe.so\n", file);
+    write_quoted_option(file, "rp_pppoe_ac", params.ac);
+    write_quoted_option(file, "rp_pppoe_service", params.service);
+    write_pppd_device(file, params.iface);
+    fputc('\n', file);
     write_ipparam(file, params);
 }
 
@@ -43,27 +65,26 @@ static void write_pppoe_head(FILE *file, const ppp_params &params)
 // value, which does no harm.
 static void write_common(FILE *file, const ppp_params &params)
 {
-    fprintf(file,
-            "holdoff 5\n"
-            "usepeerdns\n"
-            "linkname %s-%s\n",
-            params.type, params.name);
+    fputs("holdoff 5\n"
+          "usepeerdns\n",
+          file);
+    write_joined_option(file, "linkname", params, '-');
     write_ipparam(file, params);
-    fprintf(file,
-            "ipcp-accept-remote\n"
-            "ipcp-accept-local\n"
-            "noauth\n"
-            "nodefaultroute\n"
-            "hide-password\n"
-            "user %s\n"
-            "password %s\n"
-            "lcp-echo-interval 30\n"
-            "lcp-echo-failure 3\n"
-            "unit 1\n"
-            "maxfail 0\n"
-            "persist\n"
-            "nomppe\n",
-            params.login, params.passwd);
+    fputs("ipcp-accept-remote\n"
+          "ipcp-accept-local\n"
+          "noauth\n"
+          "nodefaultroute\n"
+          "hide-password\n",
+          file);
+    write_option(file, "user", params.login);
+    write_option(file, "password", params.passwd);
+    fputs("lcp-echo-interval 30\n"
+          "lcp-echo-failure 3\n"
+          "unit 1\n"
+          "maxfail 0\n"
+          "persist\n"
+          "nomppe\n",
+          file);
 }
 
 static int run_pppd(const char *, const ppp_params &params)
@@ -79,18 +100,21 @@ static int run_xl2tpd(const char *peer_path, const ppp_params &params)
         perror(peer_path);
         return -1;
     }
-    fprintf(file,
-            "[global]\n"
-            "access control = yes\n"
-            "\n"
-            "[lac l2tp]\n"
-            "pppoptfile = %s\n"
-            "lns = %s\n"
-            "redial = yes\n"
-            "max redials = 32767\n"
-            "redial timeout = 30\n"
-            "autodial = yes\n",
-            peer_path, params.server);
+    fputs("[global]\n"
+          "access control = yes\n"
+          "\n"
+          "[lac l2tp]\n"
+          "pppoptfile = ",
+          file);
+    write_xl2tpd_value(file, peer_path);
+    fputs("\nlns = ", file);
+    write_xl2tpd_value(file, params.server);
+    fputs("\n"
+          "redial = yes\n"
+          "max redials = 32767\n"
+          "redial timeout = 30\n"
+          "autodial = yes\n",
+          file);
     if (!close_output(file, conf))
         return -1;
     return run_tool("xl2tpd");

@@ -8,8 +8,8 @@
 // Write the tunnel's peer file /etc/ppp/peers/NAME (a new one is readable by its owner only: it
 // holds the password) and run the daemon: "pppd call NAME", or for type "l2tp" xl2tpd, after
 // rewriting /etc/xl2tpd.conf, which has room for one tunnel only. Both daemons put themselves in
-// the background, which is waited for. Texts are written as they are: blanks, quotes, "#" and
-// backslashes of a login or password mean to pppd what they mean in its option files.
+// the background, which is waited for. Every text is written so that the daemon reads it back as
+// one value (wan/option_text.h): plain ones as they are, others in quotes.
 //
 // From the lines written here pppd derives what others rely on: the link name TYPE-NAME, the pid
 // file /var/run/ppp-TYPE-NAME.pid, and TYPE/NAME as argument 6 of ip-up and ip-down.

@@ -122,7 +122,7 @@ TEST_F(peer, with_an_empty_login_keeps_the_bare_words)
     EXPECT_NE(world.read("/etc/xl2tpd.conf").find("\nlns = \n"), std::string::npos);
 }
 
-TEST_F(peer, texts_are_written_as_they_are)
+TEST_F(peer, texts_stay_one_value_each)
 {
     describe("wan1", "pppoe");
     text_set(params.login, "joe \"x\" # $(reboot) %s%n");
@@ -130,10 +130,13 @@ TEST_F(peer, texts_are_written_as_they_are)
     text_set(params.service, "a \"b\"");
     start();
     std::string text = world.read("/etc/ppp/peers/wan1");
-    EXPECT_NE(text.find("\nuser joe \"x\" # $(reboot) %s%n\npassword back\\slash 'n' %d\n"),
+    EXPECT_NE(text.find(R"(
+user "joe \"x\" # $(reboot) %s%n"
+password "back\\slash 'n' %d"
+)"),
               std::string::npos)
         << text;
-    EXPECT_NE(text.find("\nrp_pppoe_service \"a \"b\"\"\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nrp_pppoe_service \"a \\\"b\\\"\"\n"), std::string::npos) << text;
 }
 
 TEST_F(peer, second_l2tp_tunnel_overwrites_the_configuration_of_the_first)
@@ -235,6 +238,7 @@ TEST_F(peer, fields_filled_to_the_brim_fit)
     start();
     std::string text = world.read("/etc/ppp/peers/" + name);
     EXPECT_NE(text.find("\nlinkname pppoe-" + name + "\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("\nnic-123456789012345\n"), std::string::npos) << text;
     EXPECT_NE(text.find("\nuser " + login + "\npassword " + login + "\n"), std::string::npos);
     EXPECT_TRACE("run pppd call " + name, world.trace());
 }
