@@ -124,4 +124,35 @@ TEST(papers, lead_from_each_log_tag_to_its_file)
     }
 }
 
+// The pages of the tree with this ending, without what was built or fetched into it.
+std::vector<fs::path> pages(const std::string &ending)
+{
+    std::vector<fs::path> found;
+    for (const char *directory : {"", "bench", "docs", "examples", "lab", "tests"})
+        for (const auto &entry : fs::directory_iterator(source_tree + directory))
+            if (entry.path().extension() == ending)
+                found.push_back(entry.path());
+    return found;
+}
+
+TEST(papers, lead_to_pages_that_are_there)
+{
+    size_t links = 0;
+    for (const fs::path &page : pages(".md"))
+        for (const std::string &target : matches(text_of(page), "\\]\\(([^)#:]+)[)#]")) {
+            EXPECT_TRUE(fs::exists(page.parent_path() / target)) << page << ": " << target;
+            links++;
+        }
+    EXPECT_GT(links, 20U);
+}
+
+TEST(papers, leave_no_manual_page_uninstalled)
+{
+    std::string installed = text_of(source_tree + "cmake/install.cmake");
+    for (const char *section : {".5", ".8"})
+        for (const fs::path &page : pages(section))
+            EXPECT_NE(installed.find(page.filename().string()), std::string::npos) << page;
+    EXPECT_FALSE(pages(".5").empty());
+}
+
 } // namespace
