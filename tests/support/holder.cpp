@@ -106,6 +106,12 @@ static message answer_bind(const message &request, const std::vector<int> &)
     return {"ok"};
 }
 
+static message answer_disk(const message &request, const std::vector<int> &)
+{
+    mount_disk(root_place + request.at(1), request.at(2));
+    return {"ok"};
+}
+
 static message answer_interface(const message &request, const std::vector<int> &)
 {
     make_interface(request.at(1));
@@ -141,6 +147,7 @@ static const std::map<std::string, answerer> answerers = {
     {"running", answer_running},
     {"end", answer_end},
     {"bind", answer_bind},
+    {"disk", answer_disk},
     {"interface", answer_interface},
     {"number", answer_number},
     {"keep", answer_keep},

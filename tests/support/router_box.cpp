@@ -241,6 +241,11 @@ void router_box::bind(const std::string &from, const std::string &path)
     p->ask({"bind", from, path});
 }
 
+void router_box::disk(const std::string &path, const std::string &size)
+{
+    p->ask({"disk", path, size});
+}
+
 void router_box::interface(const std::string &name)
 {
     p->ask({"interface", name});

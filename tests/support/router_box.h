@@ -53,6 +53,8 @@ class router_box : public world
     void set_time_limit(int milliseconds);
 
     void bind(const std::string &host_path, const std::string &path) override;
+    // Puts an empty disk of that size ("8k") at a directory, to be filled up.
+    void disk(const std::string &path, const std::string &size);
     void interface(const std::string &name) override;
     std::string in_network(const std::vector<std::string> &command) override;
     pid_t bystander(bool ignore_term = false) override;

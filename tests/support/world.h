@@ -33,7 +33,7 @@
 //   settimeofday SEC[.MICROSECONDS] WEST DST   the clock set; the machine's own is never touched
 //   mknod PATH TYPE MODE MAJOR:MINOR   such as "mknod /dev/sda1 b 0700 8:1"; what is made is an
 //                            empty file with that mode, since not every machine allows the node
-//   fork, open PATH, socket FAMILY KIND PROTOCOL, lock, unlock
+//   fork, open PATH, socket FAMILY KIND PROTOCOL, lock, unlock, gettimeofday
 //                            only when a rule refuses it: "fail EAGAIN fork", "fail EMFILE open
 //                            /var/run/state_link" (by fopen()), "fail EMFILE socket inet raw 255"
 //                            (KIND dgram or raw), "fail EINTR lock" (a record lock)

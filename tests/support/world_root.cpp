@@ -240,6 +240,12 @@ void bind_read_only(const std::string &from, const std::string &root, const std:
     make_read_only(to);
 }
 
+void mount_disk(const std::string &path, const std::string &size)
+{
+    make_directories_above(path + "/");
+    mount_or_fail("disk", path, "tmpfs", MS_NOSUID | MS_NODEV, ("size=" + size).c_str());
+}
+
 // The libraries are where the machine has them: in /usr/lib, or, on older layouts, in /lib as well.
 static void show_libraries(const std::string &root)
 {

@@ -35,6 +35,9 @@ void empty_root(const std::string &root);
 // Shows a file or directory of the machine, read-only, at an absolute path in root.
 void bind_read_only(const std::string &from, const std::string &root, const std::string &path);
 
+// Mounts an empty disk of that size ("8k") at a path, whose directories are made.
+void mount_disk(const std::string &path, const std::string &size);
+
 // The directories above a path; those that exist stay as they are.
 void make_directories_above(const std::string &path);
 void make_directory(const std::string &path, mode_t mode);

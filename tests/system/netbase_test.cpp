@@ -368,6 +368,20 @@ TEST_F(netbase, goes_on_when_its_state_files_cannot_be_created)
     EXPECT_TRACE(LAN_BUILT + ADDRESS + NAME + FIREWALL + END, result.trace);
 }
 
+// The driver is loaded with the profile of before then, which has its keys.
+TEST_F(netbase, keeps_the_wireless_profile_when_the_disk_is_full)
+{
+    const std::string profile = "/etc/Wireless/RT2860/RT2860.dat";
+    box.disk("/etc/Wireless/RT2860", "8k");
+    box.write(profile, "WPAPSK1=before\n");
+    box.write("/etc/nvram/1", "WPAPSK1=" + std::string(9000, 'p') + "\n");
+    outcome result = start();
+    EXPECT_EQ(result.err, profile + ": No space left on device\n");
+    EXPECT_EQ(box.read(profile), "WPAPSK1=before\n");
+    EXPECT_FALSE(box.exists(profile + ".new"));
+    EXPECT_TRACE(LAN_BUILT + ADDRESS + NAME + FIREWALL + END, result.trace);
+}
+
 TEST_F(netbase, reports_state_files_that_cannot_be_stored)
 {
     box.write("/dev/full", "");
