@@ -70,6 +70,7 @@ constexpr const char *own_places[] = {
     "/etc/nvram",
     "/etc/nvram/*",
     "/etc/Wireless/RT2860/RT2860.dat",
+    "/etc/Wireless/RT2860/RT2860.dat.new",
     "/dev/sd*",
     "/media/sd*",
 };
