@@ -91,11 +91,13 @@ static void write_settings(FILE *file)
 {
     fputs("#The word of \"Default\" must not be removed\nDefault\n", file);
     int bss_count = text_to_int(nvram_get(NVRAM_WIRELESS, BSS_COUNT_KEY));
-    for (const profile_row &line : profile_rows) {
-        for (int number = line.first; number <= line.last; number++) {
-            write_numbered(file, line.key, line.how, number, bss_count);
-            if (line.partner != nullptr)
-                write_numbered(file, line.partner, line.partner_how, number, bss_count);
+    const profile_row *end = profile_rows + sizeof(profile_rows) / sizeof(profile_rows[0]);
+    const profile_row *next;
+    for (const profile_row *row = profile_rows; row < end; row = next) {
+        next = row + 1 < end && row[1].is_paired ? row + 2 : row + 1;
+        for (int number = row->first; number <= row->last; number++) {
+            for (const profile_row *line = row; line < next; line++)
+                write_numbered(file, line->key, line->how, number, bss_count);
         }
     }
 }

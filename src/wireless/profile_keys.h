@@ -22,14 +22,14 @@ enum class profile_form : unsigned char {
 };
 
 // One line of the profile, or a family of lines that are numbered from first to last: "#" in the
-// key is the number. A partner is a second line for each number, which follows the first one.
+// key is the number. A family that is paired with the row before it has its lines between those of
+// that row: both with one number, then both with the next.
 struct profile_row {
     const char *key;
     profile_form how;
     unsigned char first = 0;
     unsigned char last = 0;
-    const char *partner = nullptr;
-    profile_form partner_how = profile_form::text;
+    bool is_paired = false;
 };
 
 // In the order in which the driver has always been given them.
@@ -142,7 +142,8 @@ inline constexpr profile_row profile_rows[] = {
     {"WscConfMode", profile_form::number},
     {"WscConfStatus", profile_form::wsc_status},
     {"WscVendorPinCode", profile_form::text_if_set},
-    {"AccessPolicy#", profile_form::number, 0, 7, "AccessControlList#", profile_form::text},
+    {"AccessPolicy#", profile_form::number, 0, 7},
+    {"AccessControlList#", profile_form::text, 0, 7, true},
     {"WdsEnable", profile_form::number},
     {"WdsPhyMode", profile_form::text},
     {"WdsEncrypType", profile_form::text},
@@ -169,7 +170,8 @@ inline constexpr profile_row profile_rows[] = {
     {"ApCliEncrypType", profile_form::text},
     {"ApCliWPAPSK", profile_form::text},
     {"ApCliDefaultKeyId", profile_form::number},
-    {"ApCliKey#Type", profile_form::number, 1, 4, "ApCliKey#Str", profile_form::text},
+    {"ApCliKey#Type", profile_form::number, 1, 4},
+    {"ApCliKey#Str", profile_form::text, 1, 4, true},
     {"RadioOn", profile_form::radio_on},
     {"SSID", profile_form::empty},
     {"WPAPSK", profile_form::empty},
