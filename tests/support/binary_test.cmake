@@ -1,4 +1,7 @@
-# cmake -DREADELF=... -DPROGRAM=... -P binary_test.cmake
+# cmake -DREADELF=... -DPROGRAM=... [-DDEBUG=1] [-DFOR_ROUTER=ON -DSTRIP=... -DMKSQUASHFS=...] -P binary_test.cmake
+# What a finished program must be like: what it needs, how it is hardened (see cmake/hardening.cmake) and, for
+# the router, what it weighs (see tests/budget.cmake).
+
 # The device's flash holds the C library and Jansson, but no C++ runtime: a program that needs any
 # other library, or a symbol of that runtime, would not start there.
 execute_process(COMMAND ${READELF} -Wd ${PROGRAM} OUTPUT_VARIABLE dynamic RESULT_VARIABLE failed)
@@ -28,3 +31,54 @@ string(REGEX MATCHALL "[^\n]* (${runtime})[^\n]*" found "${symbols}")
 foreach(symbol ${found})
   message(SEND_ERROR "${PROGRAM} has a symbol of the C++ runtime: ${symbol}")
 endforeach()
+
+# The segments, the dynamic entries and the symbols tell how it was linked and compiled.
+execute_process(COMMAND ${READELF} -hlW ${PROGRAM} OUTPUT_VARIABLE headers)
+string(APPEND headers "${dynamic}")
+set(hardening
+    "a stack that is not executable" "GNU_STACK +0x[0-9a-f]+ 0x[0-9a-f]+ 0x[0-9a-f]+ 0x[0-9a-f]+ 0x[0-9a-f]+ RW "
+    "read-only relocations"          "GNU_RELRO"
+    "binding at the start"           "BIND_NOW|FLAGS_1[^\n]*NOW")
+if(FOR_ROUTER)
+  # Where nothing is placed at random, see cmake/mipsel-linux-gnu.cmake.
+  list(APPEND hardening "a fixed place" "Type: +EXEC")
+else()
+  list(APPEND hardening "position independence" "Type: +DYN")
+endif()
+while(hardening)
+  list(POP_FRONT hardening what pattern)
+  if(NOT headers MATCHES "${pattern}")
+    message(SEND_ERROR "${PROGRAM} lacks ${what}")
+  endif()
+endwhile()
+if(NOT symbols MATCHES " __stack_chk_fail")
+  message(SEND_ERROR "${PROGRAM} lacks a guarded stack")
+endif()
+# The C library's checks take an optimizing compiler.
+if(NOT DEBUG AND NOT symbols MATCHES " __[a-z]+_chk@")
+  message(SEND_ERROR "${PROGRAM} lacks the C library's checks")
+endif()
+
+if(FOR_ROUTER)
+  include(${CMAKE_CURRENT_LIST_DIR}/../budget.cmake)
+  get_filename_component(name ${PROGRAM} NAME)
+  set(room ${PROGRAM}.weighed)
+  file(REMOVE_RECURSE ${room})
+  file(COPY ${PROGRAM} DESTINATION ${room}/flash)
+  execute_process(COMMAND ${STRIP} ${room}/flash/${name} COMMAND_ERROR_IS_FATAL ANY)
+  execute_process(COMMAND ${MKSQUASHFS} ${room}/flash ${room}/squashfs -comp xz -all-root -no-xattrs -nopad
+                          -noappend -no-progress -quiet COMMAND_ERROR_IS_FATAL ANY)
+  file(SIZE ${room}/flash/${name} stripped)
+  file(SIZE ${room}/squashfs squashed)
+  file(REMOVE_RECURSE ${room})
+  message("${name}: ${stripped} bytes stripped, ${squashed} in squashfs")
+  list(FIND budget ${name} row)
+  if(row LESS 0)
+    message(FATAL_ERROR "tests/budget.cmake has no row for ${name}")
+  endif()
+  list(SUBLIST budget ${row} 3 row)
+  list(POP_FRONT row name stripped_budget squashed_budget)
+  if(stripped GREATER stripped_budget OR squashed GREATER squashed_budget)
+    message(SEND_ERROR "${name} is over its budget of ${stripped_budget} and ${squashed_budget} bytes")
+  endif()
+endif()

@@ -4,14 +4,14 @@
 
 #include <string>
 
-struct row {
+struct link_kind_row {
     const char *iface;
     const char *name;
     const char *proto;
     int dhcp_metric;
 };
 
-class link_kind_rows : public testing::TestWithParam<row>
+class link_kind_rows : public testing::TestWithParam<link_kind_row>
 {
 };
 
@@ -24,10 +24,12 @@ TEST_P(link_kind_rows, names_the_link)
     EXPECT_EQ(kind->dhcp_metric, GetParam().dhcp_metric);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    link_kind, link_kind_rows,
-    testing::Values(row{"vlan2", "wan", "ether", 101}, row{"wimax0", "wimax", "wimax", 100},
-                    row{"br0", "unknown", "unknown", 200}, row{"vlan", "unknown", "unknown", 200},
-                    row{"vlan20", "unknown", "unknown", 200},
-                    row{"VLAN2", "unknown", "unknown", 200}, row{"", "unknown", "unknown", 200},
-                    row{nullptr, "unknown", "unknown", 200}));
+INSTANTIATE_TEST_SUITE_P(link_kind, link_kind_rows,
+                         testing::Values(link_kind_row{"vlan2", "wan", "ether", 101},
+                                         link_kind_row{"wimax0", "wimax", "wimax", 100},
+                                         link_kind_row{"br0", "unknown", "unknown", 200},
+                                         link_kind_row{"vlan", "unknown", "unknown", 200},
+                                         link_kind_row{"vlan20", "unknown", "unknown", 200},
+                                         link_kind_row{"VLAN2", "unknown", "unknown", 200},
+                                         link_kind_row{"", "unknown", "unknown", 200},
+                                         link_kind_row{nullptr, "unknown", "unknown", 200}));
