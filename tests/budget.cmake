@@ -4,6 +4,6 @@
 # start has to end where a page does.
 set(budget
     #program stripped squashfs
-    mcfg     55000    23000
+    mcfg     55000    23500
     mmac     10000    4200
 )
