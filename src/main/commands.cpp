@@ -1,7 +1,7 @@
 #include "main/commands.h"
 
 #include "config/document.h"
-#include "hw/update_check.h"
+#include "hw/boot_loader.h"
 #include "lan/netbase.h"
 #include "util/device.h"
 #include "util/text.h"

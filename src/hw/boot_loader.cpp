@@ -1,4 +1,4 @@
-#include "hw/update_check.h"
+#include "hw/boot_loader.h"
 
 #include "hw/flash.h"
 #include "util/mac.h"
