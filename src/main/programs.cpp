@@ -3,8 +3,8 @@
 #include "firewall/firewall.h"
 #include "main/commands.h"
 #include "main/hotplug_events.h"
-#include "util/clock.h"
 #include "util/log.h"
+#include "util/time_zone.h"
 #include "wan/dhcp_event.h"
 #include "wan/ppp_event.h"
 

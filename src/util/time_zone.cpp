@@ -1,4 +1,4 @@
-#include "util/clock.h"
+#include "util/time_zone.h"
 
 #include "util/log.h"
 #include "util/text.h"

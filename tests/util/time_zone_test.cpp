@@ -1,4 +1,4 @@
-#include "util/clock.h"
+#include "util/time_zone.h"
 
 #include "support/unit_test.h"
 
@@ -8,7 +8,7 @@
 namespace
 {
 
-class clock_zone : public support::unit_test
+class time_zone : public support::unit_test
 {
   protected:
     void TearDown() override { unsetenv("TZ"); }
@@ -16,7 +16,7 @@ class clock_zone : public support::unit_test
 
 // The records of the two system calls have the size that the machine's own kernel expects: the time
 // and the daylight field come back as they were read.
-TEST_F(clock_zone, is_set_together_with_the_time_as_read)
+TEST_F(time_zone, is_set_together_with_the_time_as_read)
 {
     world.write("/etc/TZ", "UTC-3\n");
     world.on("clock 1785578400 17 1");
@@ -32,7 +32,7 @@ TEST_F(clock_zone, is_set_together_with_the_time_as_read)
     EXPECT_STREQ(getenv("TZ"), "UTC-3");
 }
 
-TEST_F(clock_zone, of_a_clock_that_cannot_be_read_is_not_set)
+TEST_F(time_zone, of_a_clock_that_cannot_be_read_is_not_set)
 {
     world.write("/etc/TZ", "UTC-3\n");
     world.on("fail ENOSYS gettimeofday");
@@ -41,7 +41,7 @@ TEST_F(clock_zone, of_a_clock_that_cannot_be_read_is_not_set)
     EXPECT_NE(world.trace().find("log update_time: done\n"), std::string::npos);
 }
 
-TEST_F(clock_zone, of_the_environment_stays_without_a_zone_file)
+TEST_F(time_zone, of_the_environment_stays_without_a_zone_file)
 {
     setenv("TZ", "EST5", 1);
     world.on("clock 1785578400 17 1");
