@@ -11,7 +11,7 @@ using namespace firewall_test;
 using support::lab_result;
 using support::wait;
 
-constexpr char RESTORE[] = MCFG_SOURCE_DIR "/lab/platform/iptables-restore";
+constexpr char RESTORE[] = MCFG_SOURCE_DIR "/lab/stand-ins/iptables-restore";
 constexpr char RULES[] = "/etc/default/rules";
 
 // Addresses, as the settings have them.

@@ -18,7 +18,7 @@ class firewall_restore : public firewall_command
         use_example();
         bind("/usr/sbin/iptables-legacy-restore");
         bind("/usr/bin/awk");
-        box.bind(MCFG_SOURCE_DIR "/lab/platform/iptables-restore", "/lab/iptables-restore");
+        box.bind(MCFG_SOURCE_DIR "/lab/stand-ins/iptables-restore", "/lab/iptables-restore");
         box.on("pass /lab/iptables-restore iptables-restore");
     }
 

@@ -1,4 +1,4 @@
-// lab/platform/iptables-restore, the translator of the router's rule dialect: what it changes, and
+// lab/stand-ins/iptables-restore, the translator of the router's rule dialect: what it changes, and
 // that it changes nothing else. With this machine's shell and tools, and with those of BusyBox,
 // which run it on the emulated router.
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr char TRANSLATOR[] = MCFG_SOURCE_DIR "/lab/platform/iptables-restore";
+constexpr char TRANSLATOR[] = MCFG_SOURCE_DIR "/lab/stand-ins/iptables-restore";
 
 std::string output_of(const std::string &line)
 {
