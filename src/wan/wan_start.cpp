@@ -20,6 +20,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+constexpr char START_TAG[] = "mcfg-start_wan_morvi";
+constexpr char ENTRY_TAG[] = "mcfg-start_wan";
+constexpr char STOP_TAG[] = "mcfg-stop_wan_morvi";
 constexpr char WIMAX_IFACE[] = "wimax0";
 constexpr char DHCP_SCRIPT[] = "/tmp/udhcpc";
 constexpr size_t PIDFILE_PATH_MAX = 80;
@@ -106,7 +109,7 @@ static void start_dhcp(const iface_params &params, const json_t *)
 {
     char pidfile[PIDFILE_PATH_MAX];
     dhcp_pidfile(pidfile, params.iface);
-    logmessage("mcfg-start_wan_morvi", "Start dhcp wan");
+    logmessage(START_TAG, "Start dhcp wan");
     run_tool("udhcpc", "-RSb", "-A", "30", "-i", params.iface, "-p", pidfile, "-s", DHCP_SCRIPT);
 }
 
@@ -184,8 +187,8 @@ static bool start_entry(const json_t *entry, int position, int force)
 {
     iface_params params;
     get_iface_params_from_json(entry, &params);
-    logmessage("mcfg-start_wan", "Start wan # %d", position);
-    logmessage("mcfg-start_wan", "force = %d", force);
+    logmessage(ENTRY_TAG, "Start wan # %d", position);
+    logmessage(ENTRY_TAG, "force = %d", force);
     if (force == 0 && json_is_false(json_object_get(entry, "auto")))
         return true;
     if (is_wimax_missing(params.iface)) {
@@ -199,7 +202,7 @@ static bool start_entry(const json_t *entry, int position, int force)
     if (mac != nullptr)
         set_mac(params.iface, mac);
     start_by_type(params, entry);
-    const json_t *tunnels = get_entry_tunnels(entry, "mcfg-start_wan_morvi", "start");
+    const json_t *tunnels = get_entry_tunnels(entry, START_TAG, "start");
     if (tunnels != nullptr)
         start_tunnels(params.type, tunnels);
     return true;
@@ -207,25 +210,24 @@ static bool start_entry(const json_t *entry, int position, int force)
 
 void start_wan_morvi(int index, int force)
 {
-    static constexpr char tag[] = "mcfg-start_wan_morvi";
-    logmessage(tag, "start");
+    logmessage(START_TAG, "start");
     make_event_links();
-    const json_t *root = load_config(tag);
+    const json_t *root = load_config(START_TAG);
     if (root == nullptr)
         return;
     const json_t *wan_array = get_wan_array(root);
     if (wan_array == nullptr) {
-        logmessage(tag, "Error on wan_array");
+        logmessage(START_TAG, "Error on wan_array");
         return;
     }
     size_t size = json_array_size(wan_array);
-    logmessage(tag, "wan_array is array sizeof = %d", static_cast<int>(size));
+    logmessage(START_TAG, "wan_array is array sizeof = %d", static_cast<int>(size));
     positions chosen = choose(index, size, 0);
     for (int i = chosen.first; i <= chosen.last; i++) {
         if (!start_entry(get_entry(wan_array, i), i, force))
             return;
     }
-    logmessage(tag, "stop");
+    logmessage(START_TAG, "stop");
 }
 
 static void stop_dhcp(const char *iface)
@@ -250,7 +252,7 @@ static void stop_entry(const json_t *entry)
     bool was_recorded = is_link_recorded(params.iface);
     if (strcmp(params.type, "dhcp") == 0)
         stop_dhcp(params.iface);
-    const json_t *tunnels = get_entry_tunnels(entry, "mcfg-stop_wan_morvi", "stop");
+    const json_t *tunnels = get_entry_tunnels(entry, STOP_TAG, "stop");
     if (tunnels != nullptr)
         stop_tunnels(tunnels);
     end_link(params.iface, was_recorded);
@@ -259,7 +261,7 @@ static void stop_entry(const json_t *entry)
 static void stop_entries(const json_t *wan_array, int index)
 {
     size_t size = json_array_size(wan_array);
-    logmessage("mcfg-stop_wan_morvi", "wan_array is array sizeof = %d", static_cast<int>(size));
+    logmessage(STOP_TAG, "wan_array is array sizeof = %d", static_cast<int>(size));
     // The last entry is the WiMAX modem: a stop of all leaves it running.
     positions chosen = choose(index, size, 1);
     for (int i = chosen.first; i <= chosen.last; i++)
@@ -268,13 +270,12 @@ static void stop_entries(const json_t *wan_array, int index)
 
 void stop_wan_morvi(int index)
 {
-    static constexpr char tag[] = "mcfg-stop_wan_morvi";
     if (index == 0) {
         run_tool("killall", "ip-up");
         run_tool("killall", "ip-down");
     }
-    logmessage(tag, "start");
-    const json_t *root = load_config(tag);
+    logmessage(STOP_TAG, "start");
+    const json_t *root = load_config(STOP_TAG);
     if (root == nullptr)
         return;
     const json_t *wan_array = get_wan_array(root);
@@ -282,5 +283,5 @@ void stop_wan_morvi(int index)
         stop_entries(wan_array, index);
     if (index == 0)
         unlink(DHCP_SCRIPT);
-    logmessage(tag, "stop");
+    logmessage(STOP_TAG, "stop");
 }
