@@ -11,19 +11,19 @@
 #include <jansson.h>
 #include <string.h>
 
-static bool is_given(const char *text)
+static bool is_dash(const char *text)
 {
-    return strcmp(text, "-") != 0;
+    return strcmp(text, "-") == 0;
 }
 
 static void set_text(json_t *entry, const char *key, const char *text)
 {
-    json_object_set_new(entry, key, is_given(text) ? json_string(text) : json_null());
+    json_object_set_new(entry, key, is_dash(text) ? json_null() : json_string(text));
 }
 
 static void set_number(json_t *entry, const char *key, const char *text)
 {
-    json_t *value = is_given(text) ? json_integer(text_to_int(text)) : json_null();
+    json_t *value = is_dash(text) ? json_null() : json_integer(text_to_int(text));
     json_object_set_new(entry, key, value);
 }
 

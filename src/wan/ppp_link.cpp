@@ -68,8 +68,8 @@ bool get_link_metric(const json_t *object, int *metric)
 }
 
 // Insert (-I) or delete (-D) the jump of the traffic for the link's address into the chain of port
-// forwardings.
-static void change_vserver_jump(const char *operation, const char *iface, const char *ipaddr)
+// forwardings, without a shell. (The other links do it in one: wan_link.cpp.)
+static void change_jump_by_words(const char *operation, const char *iface, const char *ipaddr)
 {
     run_tool("iptables", "-t", "nat", operation, "PREROUTING", "-i", iface, "-d", ipaddr, "-j",
              "VSERVER");
@@ -99,7 +99,7 @@ void wan_ppp_up(const ppp_link *link, json_t *object)
     save_ppp_info("add", link->iface, link->name, link->ipaddr, link->type);
     run_tool(RESOLV, "add", link->iface, link->name, link->dns1, link->dns2);
     run_tool(RESOLV, "start");
-    change_vserver_jump("-I", link->iface, link->ipaddr);
+    change_jump_by_words("-I", link->iface, link->ipaddr);
     leds_connected();
     save_link_state_ex(object);
     logmessage(tag, "stop\n");
@@ -116,7 +116,7 @@ static void undo_registration(const char *iface, const char *ipaddr, const char 
                               const char *type)
 {
     logmessage(DOWN_TAG, "ifname = %s, name = %s ipaddr=%s, type=%s", iface, name, ipaddr, type);
-    change_vserver_jump("-D", iface, ipaddr);
+    change_jump_by_words("-D", iface, ipaddr);
     save_ppp_info("remove", iface, name, ipaddr, type);
     run_tool(RESOLV, "remove", iface, name);
     run_tool(RESOLV, "start");

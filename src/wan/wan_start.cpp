@@ -33,13 +33,13 @@ static void dhcp_pidfile(char (&path)[PIDFILE_PATH_MAX], const char *iface)
 }
 
 // The names under which the daemons call this program.
-constexpr const char *event_links[] = {"/tmp/ppp/ip-up", "/tmp/ppp/ip-down", DHCP_SCRIPT};
+constexpr const char *event_symlinks[] = {"/tmp/ppp/ip-up", "/tmp/ppp/ip-down", DHCP_SCRIPT};
 
-static void make_event_links()
+static void make_event_symlinks()
 {
     // What is there from an earlier start stays as it is.
     mkdir("/tmp/ppp", 0777);
-    for (const char *path : event_links) {
+    for (const char *path : event_symlinks) {
         [[maybe_unused]] int result = symlink("/sbin/mcfg", path);
     }
 }
@@ -116,7 +116,7 @@ static void start_dhcp(const iface_params &params, const json_t *)
 // A member that the entry lacks is left out of the link as well.
 constexpr const char *address_members[] = {"metric", "ipaddr", "netmask", "gateway"};
 
-static json_t *make_static_link(const link_kind &kind, const json_t *entry)
+static json_t *make_static_record(const link_kind &kind, const json_t *entry)
 {
     watch_json_memory();
     json_t *link = json_object();
@@ -134,7 +134,7 @@ static json_t *make_static_link(const link_kind &kind, const json_t *entry)
 static void start_static(const iface_params &params, const json_t *entry)
 {
     ifconfig(params.iface, IFACE_UP, params.ipaddr, params.netmask);
-    json_t *link = make_static_link(*get_link_kind(params.iface), entry);
+    json_t *link = make_static_record(*get_link_kind(params.iface), entry);
     wan_up(params.iface, link);
     json_decref(link);
 }
@@ -211,7 +211,7 @@ static bool start_entry(const json_t *entry, int position, int force)
 void start_wan_morvi(int index, int force)
 {
     logmessage(START_TAG, "start");
-    make_event_links();
+    make_event_symlinks();
     const json_t *root = load_config(START_TAG);
     if (root == nullptr)
         return;
