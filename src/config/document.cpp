@@ -11,6 +11,13 @@
 #include <jansson.h>
 #include <string.h>
 
+constexpr unsigned LOCK_TRIES = 15;
+
+json_t *load_config_with_lock()
+{
+    return load_file_with_lock("/var/run", "Config", LOCK_TRIES);
+}
+
 static bool is_dash(const char *text)
 {
     return strcmp(text, "-") == 0;
@@ -119,7 +126,7 @@ void set_config(unsigned from_files)
     // Last, as a member that cannot be set is gone.
     json_t *root = json_object();
     json_object_set_new(root, "Network", network);
-    write_document(tag, root, "/var/run/Config");
+    write_document(tag, root, CONFIG_PATH);
     json_decref(root);
     logmessage(tag, "stop");
 }

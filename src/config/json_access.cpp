@@ -123,6 +123,12 @@ json_t *find_object_from_array_by_param(json_t *array, const char *key, const ch
     return nullptr;
 }
 
+const char *text_or_empty(const json_t *value)
+{
+    const char *text = json_string_value(value);
+    return text != nullptr ? text : "";
+}
+
 int get_string_from_json_by_name(const json_t *object, const char *key, char *dst, size_t cap)
 {
     const char *text = json_string_value(json_object_get(object, key));

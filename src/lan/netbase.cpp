@@ -3,6 +3,7 @@
 #include "config/document.h"
 #include "config/json_access.h"
 #include "firewall/firewall.h"
+#include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "lan/loopback.h"
 #include "util/log.h"
@@ -22,8 +23,6 @@ constexpr char NETBASE_TAG[] = "mcfg-netbase";
 // The WAN code's, on two lines here: who looks for "Start dhcp wan" finds the LAN's client too.
 constexpr char WAN_TAG[] = "mcfg-start_wan_morvi";
 constexpr char VCONFIG_TAG[] = "mcfg-vconfig";
-
-constexpr unsigned CONFIG_LOCK_TRIES = 15;
 
 // An outside tool with its words, as run_words() takes it: the last word is always null.
 using words = const char *[6];
@@ -121,9 +120,9 @@ int vconfig(const char *lan_iface)
 static void start_lan_dhcp_client(const char *iface)
 {
     logmessage(WAN_TAG, "Start dhcp wan");
-    char pid_file[sizeof("/var/run/udhcpc..pid") + sizeof(iface_params::iface)];
-    text_format(pid_file, sizeof(pid_file), "/var/run/udhcpc.%s.pid", iface);
-    run_tool("udhcpc", "-i", iface, "-p", pid_file, "-s", "/tmp/udhcpc");
+    char pidfile[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(pidfile, iface);
+    run_tool("udhcpc", "-i", iface, "-p", pidfile, "-s", DHCP_SCRIPT);
 }
 
 static void address_lan(const iface_params &lan)
@@ -137,8 +136,8 @@ static void address_lan(const iface_params &lan)
     }
 }
 
-// The two entries have always stood on one line, without so much as a blank between them, and what
-// reads the file has to live with it.
+// The two entries stand on one line, without so much as a blank between them. The LAN's DNS relay
+// reads the file so: to the LAN, "morvi" is 127.0.0.1.
 static void write_hosts(const iface_params &lan)
 {
     static constexpr char path[] = "/tmp/hosts.runtime";
@@ -180,7 +179,7 @@ void netbase_start()
     set_config(1);
     shell("/usr/sbin/mknetifaces.sh");
     shell("/usr/sbin/sys_netbase make_netbase");
-    json_t *config = load_file_with_lock("/var/run", "Config", CONFIG_LOCK_TRIES);
+    json_t *config = load_config_with_lock();
     if (config == nullptr) {
         logmessage(NETBASE_TAG, "Error on load file");
         return;

@@ -1,5 +1,6 @@
 #include "wan/ppp_link.h"
 
+#include "config/json_access.h"
 #include "lan/route.h"
 #include "util/link_state.h"
 #include "util/lock.h"
@@ -105,13 +106,6 @@ void wan_ppp_up(const ppp_link *link, json_t *object)
     logmessage(tag, "stop\n");
 }
 
-// A member that is null, or no text at all, was empty when the link came up.
-static const char *text_of(const json_t *member)
-{
-    const char *text = json_string_value(member);
-    return text != nullptr ? text : "";
-}
-
 static void undo_registration(const char *iface, const char *ipaddr, const char *name,
                               const char *type)
 {
@@ -130,8 +124,9 @@ static void undo_ppp_link(const char *iface, const json_t *record)
     const json_t *ipaddr = json_object_get(record, "ipaddr");
     const json_t *name = json_object_get(record, "name");
     const json_t *type = json_object_get(record, "type");
+    // A member that is null was empty when the link came up.
     if (ipaddr != nullptr && name != nullptr && type != nullptr)
-        undo_registration(iface, text_of(ipaddr), text_of(name), text_of(type));
+        undo_registration(iface, text_or_empty(ipaddr), text_or_empty(name), text_or_empty(type));
     logmessage(DOWN_TAG, "remove link state iface %s", iface);
 }
 

@@ -108,21 +108,16 @@ void start_tunnels(const char *wan_type, const json_t *tunnels)
     }
 }
 
-static const char *get_text(const json_t *object, const char *key)
-{
-    const char *text = json_string_value(json_object_get(object, key));
-    return text != nullptr ? text : "";
-}
-
 static void stop_tunnel(const json_t *tunnel)
 {
-    const char *type = get_text(tunnel, "type");
+    const char *type = text_or_empty(json_object_get(tunnel, "type"));
+    const char *name = text_or_empty(json_object_get(tunnel, "name"));
     if (strcmp(type, "l2tp") == 0) {
         run_tool("killall", "xl2tpd");
         return;
     }
     char path[PIDFILE_PATH_MAX];
-    text_format(path, sizeof(path), "/var/run/ppp-%s-%s.pid", type, get_text(tunnel, "name"));
+    text_format(path, sizeof(path), "/var/run/ppp-%s-%s.pid", type, name);
     logmessage(STOP_TAG, "pidfile for pppd: %s", path);
     // A second SIGTERM, never SIGKILL: pppd is to say goodbye to its peer.
     stop_by_pidfile(path, SIGTERM);

@@ -1,5 +1,6 @@
 #include "wan/wan_link.h"
 
+#include "config/document.h"
 #include "config/json_access.h"
 #include "lan/interface.h"
 #include "lan/route.h"
@@ -100,7 +101,7 @@ static const json_t *find_wan_entry(const json_t *config, const char *iface)
 int wan_up(const char *iface, json_t *link)
 {
     logmessage(UP_TAG, "start\n");
-    const json_t *config = load_file_with_lock("/var/run", "Config", 15);
+    const json_t *config = load_config_with_lock();
     if (config == nullptr) {
         logmessage(UP_TAG, "Error on load file");
         return -1;

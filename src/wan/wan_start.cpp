@@ -1,14 +1,15 @@
 #include "wan/wan_start.h"
 
+#include "config/document.h"
 #include "config/json_access.h"
 #include "config/params.h"
+#include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "util/json_memory.h"
 #include "util/link_state.h"
 #include "util/log.h"
 #include "util/process.h"
 #include "util/shell.h"
-#include "util/text.h"
 #include "wan/link_kind.h"
 #include "wan/tunnels.h"
 #include "wan/wan_link.h"
@@ -24,13 +25,6 @@ constexpr char START_TAG[] = "mcfg-start_wan_morvi";
 constexpr char ENTRY_TAG[] = "mcfg-start_wan";
 constexpr char STOP_TAG[] = "mcfg-stop_wan_morvi";
 constexpr char WIMAX_IFACE[] = "wimax0";
-constexpr char DHCP_SCRIPT[] = "/tmp/udhcpc";
-constexpr size_t PIDFILE_PATH_MAX = 80;
-
-static void dhcp_pidfile(char (&path)[PIDFILE_PATH_MAX], const char *iface)
-{
-    text_format(path, sizeof(path), "/var/run/udhcpc.%s.pid", iface);
-}
 
 // The names under which the daemons call this program.
 constexpr const char *event_symlinks[] = {"/tmp/ppp/ip-up", "/tmp/ppp/ip-down", DHCP_SCRIPT};
@@ -46,7 +40,7 @@ static void make_event_symlinks()
 
 static json_t *load_config(const char *tag)
 {
-    json_t *root = json_load_file("/var/run/Config", 0, nullptr);
+    json_t *root = json_load_file(CONFIG_PATH, 0, nullptr);
     if (root == nullptr)
         logmessage(tag, "Error on load file");
     return root;
@@ -99,7 +93,7 @@ static void set_mac(const char *iface, const json_t *mac)
 {
     char quoted_iface[SHELL_LINE_MAX];
     char quoted_mac[SHELL_LINE_MAX];
-    const char *text = json_is_string(mac) ? json_string_value(mac) : "";
+    const char *text = text_or_empty(mac);
     ifconfig(iface, IFACE_DOWN, nullptr, nullptr);
     shell_format("ifconfig %s hw ether %s", shell_quote(quoted_iface, iface),
                  shell_quote(quoted_mac, text));
@@ -107,8 +101,8 @@ static void set_mac(const char *iface, const json_t *mac)
 
 static void start_dhcp(const iface_params &params, const json_t *)
 {
-    char pidfile[PIDFILE_PATH_MAX];
-    dhcp_pidfile(pidfile, params.iface);
+    char pidfile[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(pidfile, params.iface);
     logmessage(START_TAG, "Start dhcp wan");
     run_tool("udhcpc", "-RSb", "-A", "30", "-i", params.iface, "-p", pidfile, "-s", DHCP_SCRIPT);
 }
@@ -232,8 +226,8 @@ void start_wan_morvi(int index, int force)
 
 static void stop_dhcp(const char *iface)
 {
-    char pidfile[PIDFILE_PATH_MAX];
-    dhcp_pidfile(pidfile, iface);
+    char pidfile[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(pidfile, iface);
     stop_by_pidfile(pidfile, SIGKILL);
 }
 
