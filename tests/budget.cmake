@@ -6,4 +6,5 @@ set(budget
     #program stripped squashfs
     mcfg     55000    23500
     mmac     10000    4200
+    mctl     65000    27000
 )

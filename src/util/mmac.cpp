@@ -30,7 +30,7 @@ struct parameter {
     unsigned char (*derive)(unsigned char last);
 };
 
-constexpr parameter parameters[] = {
+constexpr parameter PARAMETERS[] = {
     {"lan", "ethaddr", same},
     {"wan", "wanmac", next},
     {"wlan", "wlanmac", next_of_eight},
@@ -43,6 +43,11 @@ constexpr parameter parameters[] = {
     {"flashspeed", "flashspeed", nullptr},
     {"appex", "appex", nullptr},
 };
+
+const char *parameter_key(size_t index)
+{
+    return index < sizeof(PARAMETERS) / sizeof(PARAMETERS[0]) ? PARAMETERS[index].key : nullptr;
+}
 
 constexpr char USAGE[] = "mmac: tool for getting ifaces MAC's\n"
                          "Usage: mmac <command> <params>\n"
@@ -69,7 +74,7 @@ static int usage(int status)
 
 static const parameter *find_parameter(const char *name)
 {
-    for (const parameter &row : parameters) {
+    for (const parameter &row : PARAMETERS) {
         if (strcmp(row.name, name) == 0)
             return &row;
     }

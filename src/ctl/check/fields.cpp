@@ -1,0 +1,55 @@
+#include "config/known_interfaces.h"
+#include "ctl/check/settings.h"
+#include "util/text.h"
+
+#include <string.h>
+
+static_assert(INTERFACES == sizeof(known_interfaces) / sizeof(known_interfaces[0]));
+
+const loaded_file &file_of(const settings &all, source which)
+{
+    return all.files[static_cast<size_t>(which)];
+}
+
+size_t find_interface(const char *name)
+{
+    size_t i = 0;
+    while (i < INTERFACES && strcmp(known_interfaces[i].iface, name) != 0)
+        i++;
+    return i;
+}
+
+size_t kept_length(const char *word, size_t capacity)
+{
+    size_t length = strlen(word);
+    return length < capacity ? length : capacity - 1;
+}
+
+bool take_field(const settings &all, unsigned line, const char *name, char *word, size_t capacity)
+{
+    size_t kept = kept_length(word, capacity);
+    cut_line_end(word);
+    size_t length = strlen(word);
+    if (length >= capacity) {
+        find_number(all.r, line, name, code::field_cut, capacity - 1);
+        return false;
+    }
+    if (kept != length) {
+        find(all.r, line, name, code::line_end_kept);
+        return false;
+    }
+    if (has_control_characters(word)) {
+        find(all.r, line, name, code::odd_character);
+        return false;
+    }
+    return true;
+}
+
+void judge_extra(const settings &all, unsigned line, const line_words &words, size_t fields)
+{
+    if (words.count <= fields)
+        return;
+    const char *extra = words.word[fields];
+    if (extra[0] != '-' && extra[0] != '#')
+        find(all.r, line, "-", code::extra_fields);
+}

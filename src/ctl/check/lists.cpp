@@ -1,0 +1,201 @@
+#include "ctl/check/lists.h"
+
+#include "util/text.h"
+
+#include <stdlib.h>
+#include <string.h>
+#include <strings.h>
+
+constexpr size_t PORTS = 65536;
+constexpr size_t PROTOCOLS = 2;
+
+struct list_row {
+    source which;
+    const list_format &format;
+    size_t needed;        // fields that every line must give
+    unsigned used_fields; // a bit for each
+    const char *names[LIST_FIELDS_MAX];
+    list_judge judge;
+    void (*judge_whole)(const settings &all); // may be null
+};
+
+constexpr unsigned bits()
+{
+    return 0;
+}
+template <typename... More> constexpr unsigned bits(unsigned first, More... more)
+{
+    return 1U << first | bits(more...);
+}
+
+// clang-format off
+constexpr list_row rows[] = {
+    {source::schedules, schedules_format, SCHED_TIME + 1,
+     bits(SCHED_NAME, SCHED_ENABLED, SCHED_DAYS, SCHED_TIME),
+     {"name", "enabled", "unused", "days", "time"}, judge_schedule, nullptr},
+    {source::rules, user_rules_format, RULE_DESTINATION_PORT + 1,
+     bits(RULE_ACTION, RULE_SOURCE, RULE_DESTINATION, RULE_PROTOCOL, RULE_SOURCE_PORT,
+          RULE_DESTINATION_PORT),
+     {"action", "name", "unused", "source", "destination", "protocol", "source-port",
+      "destination-port", "unused"}, judge_rule, nullptr},
+    {source::macs, macs_format, MAC_ADDRESS + 1, bits(MAC_ADDRESS, MAC_SCHEDULE),
+     {"mac", "schedule"}, judge_mac, judge_mac_list},
+    {source::urls, urls_format, URL_SCHEDULE + 1, bits(URL_TEXT, URL_SCHEDULE),
+     {"url", "schedule"}, judge_url, nullptr},
+    {source::access, access_format, ACCESS_TARGET + 1,
+     bits(ACCESS_SERVICE, ACCESS_INTERFACE, ACCESS_SOURCE, ACCESS_NETMASK, ACCESS_TARGET),
+     {"service", "interface", "source", "netmask", "target", "unused", "unused", "unused",
+      "unused"}, judge_access, nullptr},
+    {source::vservers, vservers_format, VSERVER_ADDRESS + 1,
+     bits(VSERVER_PROTOCOL, VSERVER_PUBLIC_PORT, VSERVER_PORT, VSERVER_ADDRESS),
+     {"name", "protocol", "public-port", "port", "address", "unused", "unused", "unused",
+      "unused"}, judge_vserver, nullptr},
+    {source::masq, masq_format, MASQ_PORT + 1, bits(MASQ_SOURCE, MASQ_PROTOCOL, MASQ_PORT),
+     {"name", "source", "unused", "protocol", "port", "unused", "unused", "unused", "unused"},
+     judge_masq, judge_masq_list},
+    {source::triggers, triggers_format, TRIGGER_PROTOCOL + 1,
+     bits(TRIGGER_PORT, TRIGGER_OPENED_PORT, TRIGGER_PROTOCOL),
+     {"description", "trigger-port", "in-protocol", "opened-port", "protocol", "unused",
+      "unused", "unused", "unused"}, judge_trigger, nullptr},
+};
+// clang-format on
+
+static const list_row &row_of_list(source which)
+{
+    const list_row *row = rows;
+    while (row->which != which)
+        row++;
+    return *row;
+}
+
+const list_format &format_of(source which)
+{
+    return row_of_list(which).format;
+}
+
+void tell(const list_line &line, size_t field, code id, const char *first, const char *second)
+{
+    find(line.all.r, line.number, line.names[field], id, first, second);
+}
+
+bool is_given(const char *field)
+{
+    return strcmp(field, NOT_GIVEN) != 0;
+}
+
+size_t split_entry(const settings_line &line, const list_format &format, line_words *words)
+{
+    split_line(line, " ", format.separators, format.end, words);
+    for (size_t i = 0; i < words->count; i++)
+        words->word[i][kept_length(words->word[i], LIST_FIELD_MAX)] = '\0';
+    return words->count;
+}
+
+// Whether all fields that are used are as the line says.
+static bool take_fields(const list_row &row, const list_line &line)
+{
+    bool is_good = true;
+    for (size_t i = 0; i < line.count && i < row.format.fields; i++) {
+        bool is_used = (row.used_fields >> i & 1) != 0;
+        if (is_used &&
+            !take_field(line.all, line.number, row.names[i], line.field[i], LIST_FIELD_MAX))
+            is_good = false;
+    }
+    return is_good;
+}
+
+static void judge_entry(const settings &all, const list_row &row, const settings_line &line,
+                        list_memory *memory)
+{
+    line_words words;
+    split_line(line, " ", row.format.separators, row.format.end, &words);
+    if (words.count < row.needed) {
+        find_number(all.r, line.number, row.names[words.count], code::short_line, row.needed);
+        return;
+    }
+    judge_extra(all, line.number, words, row.format.fields);
+    list_line parts = {all, line.number, row.names, words.word, words.count};
+    if (take_fields(row, parts))
+        row.judge(parts, memory);
+}
+
+void judge_list(const settings &all, source which)
+{
+    const list_row &row = row_of_list(which);
+    if (row.judge_whole != nullptr)
+        row.judge_whole(all);
+    list_memory memory = {0, nullptr};
+    if (which == source::vservers)
+        memory.taken_ports = static_cast<unsigned char *>(calloc(PROTOCOLS, PORTS));
+    line_reader reader = begin_lines(file_of(all, which));
+    settings_line line;
+    while (next_line(&reader, &line)) {
+        if (is_entry(&reader, line, row.format.hash_lines, all.r))
+            judge_entry(all, row, line, &memory);
+    }
+    free(memory.taken_ports);
+}
+
+// The protocols that every iptables knows without asking a file for them.
+constexpr const char *known_protocols[] = {"tcp", "udp", "icmp", "esp", "ah", "all"};
+
+constexpr const char *port_protocols[] = {"tcp", "udp"};
+
+static bool is_any_case_of(const char *text, const char *const *words, size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        if (strcasecmp(text, words[i]) == 0)
+            return true;
+    }
+    return false;
+}
+
+template <size_t N> static bool is_any_case_of(const char *text, const char *const (&words)[N])
+{
+    return is_any_case_of(text, words, N);
+}
+
+static bool is_protocol(const char *text)
+{
+    uint32_t number;
+    return is_any_case_of(text, known_protocols) || parse_number(text, 255, &number);
+}
+
+void judge_protocol(const list_line &line, size_t field)
+{
+    const char *protocol = line.field[field];
+    if (is_given(protocol) && !is_protocol(protocol))
+        tell(line, field, code::protocol, protocol, "tcp, udp, icmp, its number, or -");
+}
+
+void judge_ports(const list_line &line, size_t field, size_t protocol_field)
+{
+    const char *protocol = line.field[protocol_field];
+    port_range ports;
+    if (!is_given(line.field[field]))
+        return;
+    if (is_given(protocol) && !is_protocol(protocol))
+        return; // told of already
+    if (!is_any_case_of(protocol, port_protocols))
+        tell(line, field, code::port_without_protocol);
+    else if (!parse_ports(line.field[field], ':', &ports))
+        tell(line, field, code::port, line.field[field],
+             "a number from 1 to 65535, FIRST:LAST, or -");
+}
+
+bool judge_network(const list_line &line, size_t field, bool allow_range)
+{
+    const char *text = line.field[field];
+    uint32_t first;
+    uint32_t last;
+    ipv4_network network;
+    if (allow_range && parse_address_range(text, &first, &last))
+        return true;
+    if (!parse_network(text, &network)) {
+        tell(line, field, code::network, text);
+        return false;
+    }
+    if ((network.address & ~network.mask) != 0)
+        tell(line, field, code::host_bits);
+    return true;
+}

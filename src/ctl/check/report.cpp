@@ -1,0 +1,142 @@
+#include "ctl/check/report.h"
+
+#include "util/text.h"
+
+#include <string.h>
+
+constexpr size_t SHOWN_MAX = 96; // of a text from the settings
+constexpr size_t TEXT_MAX = 512;
+
+// from as printable ASCII.
+static void make_printable(char (&to)[SHOWN_MAX], const char *from)
+{
+    to[0] = '\0';
+    for (const char *p = from; *p != '\0'; p++) {
+        unsigned char byte = static_cast<unsigned char>(*p);
+        bool is_plain = byte >= ' ' && byte < 0x7f;
+        char piece[8];
+        text_format(piece, sizeof(piece), is_plain ? "%c" : "\\x%02x", byte);
+        if (strlen(to) + strlen(piece) >= SHOWN_MAX - strlen("...")) {
+            text_append(to, "...");
+            return;
+        }
+        text_append(to, piece);
+    }
+}
+
+// A code's text with what the finding tells in its places.
+static void fill_in(char (&to)[TEXT_MAX], const char *text, const char *first, const char *second)
+{
+    to[0] = '\0';
+    while (*text != '\0') {
+        bool is_first = strncmp(text, "{1}", 3) == 0;
+        if (is_first || strncmp(text, "{2}", 3) == 0) {
+            text_append(to, is_first ? first : second);
+            text += 3;
+        } else {
+            char letter[2] = {*text++, '\0'};
+            text_append(to, letter);
+        }
+    }
+}
+
+static void put_json_text(FILE *out, const char *text)
+{
+    fputc('"', out);
+    for (; *text != '\0'; text++) {
+        if (*text == '"' || *text == '\\')
+            fputc('\\', out);
+        fputc(*text, out);
+    }
+    fputc('"', out);
+}
+
+static void put_json_member(FILE *out, const char *name, const char *text)
+{
+    fprintf(out, ", \"%s\": ", name);
+    put_json_text(out, text);
+}
+
+static void put_json(report *r, unsigned line, const char *field, const code_row &row,
+                     const char *text, const char *cure)
+{
+    bool is_first = r->errors + r->warnings == 1;
+    fprintf(r->out, "%s\n  {\"file\": \"%s\", \"line\": %u", is_first ? "" : ",", r->file, line);
+    put_json_member(r->out, "field", field);
+    put_json_member(r->out, "severity", severity_name(row.how_bad));
+    put_json_member(r->out, "code", row.name);
+    put_json_member(r->out, "text", text);
+    put_json_member(r->out, "cure", cure);
+    fputc('}', r->out);
+}
+
+static void show(report *r, unsigned line, const char *field, const code_row &row,
+                 const char *first, const char *second)
+{
+    char text[TEXT_MAX];
+    char cure[TEXT_MAX];
+    fill_in(text, row.text, first, second);
+    fill_in(cure, row.cure, first, second);
+    if (r->is_json)
+        put_json(r, line, field, row, text, cure);
+    else
+        fprintf(r->out, "%s:%u:%s: %s: %s: %s; %s\n", r->file, line, field,
+                severity_name(row.how_bad), row.name, text, cure);
+}
+
+void find(report *r, unsigned line, const char *field, code id, const char *first,
+          const char *second)
+{
+    const code_row &row = row_of(id);
+    bool is_error = row.how_bad == severity::error;
+    if (r->in_file++ >= FINDINGS_SHOWN && id != code::too_many)
+        return;
+    r->errors += is_error ? 1 : 0;
+    r->warnings += is_error ? 0 : 1;
+    char shown_first[SHOWN_MAX];
+    char shown_second[SHOWN_MAX];
+    make_printable(shown_first, first);
+    make_printable(shown_second, second);
+    show(r, line, field, row, shown_first, shown_second);
+}
+
+void find_number(report *r, unsigned line, const char *field, code id, unsigned long first,
+                 const char *second)
+{
+    char text[24];
+    text_format(text, sizeof(text), "%lu", first);
+    find(r, line, field, id, text, second);
+}
+
+void begin_report(report *r, FILE *out, bool is_json)
+{
+    *r = {out, is_json, "", 0, 0, 0};
+    if (is_json)
+        fputc('[', out);
+}
+
+void begin_file(report *r, const char *file)
+{
+    r->file = file;
+    r->in_file = 0;
+}
+
+void end_file(report *r)
+{
+    if (r->in_file > FINDINGS_SHOWN)
+        find_number(r, 0, "-", code::too_many, r->in_file - FINDINGS_SHOWN);
+}
+
+static const char *plural(unsigned count)
+{
+    return count == 1 ? "" : "s";
+}
+
+void end_report(report *r)
+{
+    if (r->is_json)
+        fputs(r->errors + r->warnings == 0 ? "]\n" : "\n]\n", r->out);
+    else
+        fprintf(r->out, "%u error%s, %u warning%s\n", r->errors, plural(r->errors), r->warnings,
+                plural(r->warnings));
+}

@@ -1,0 +1,111 @@
+#include "ctl/check/settings.h"
+#include "util/text.h"
+#include "util/time_zone.h"
+
+#include <ctype.h>
+#include <string.h>
+
+constexpr uint32_t OFFSET_HOURS_MAX = 24;
+
+// Each of these moves on behind what it names and tells whether it was there.
+
+static bool skip_name(const char **p)
+{
+    const char *start = *p;
+    bool is_quoted = *start == '<';
+    size_t length = 0;
+    const char *text = start + (is_quoted ? 1 : 0);
+    while (isalpha(static_cast<unsigned char>(text[length])) ||
+           (is_quoted && (isdigit(static_cast<unsigned char>(text[length])) ||
+                          text[length] == '+' || text[length] == '-')))
+        length++;
+    if (length < 3 || (is_quoted && text[length] != '>'))
+        return false;
+    *p = text + length + (is_quoted ? 1 : 0);
+    return true;
+}
+
+static bool skip_number(const char **p, uint32_t most, uint32_t *value)
+{
+    size_t digits = strspn(*p, "0123456789");
+    if (digits == 0 || digits > 2)
+        return false;
+    *value = 0;
+    for (size_t i = 0; i < digits; i++)
+        *value = *value * 10 + static_cast<unsigned>(*(*p)++ - '0');
+    return *value <= most;
+}
+
+// HOURS[:MINUTES[:SECONDS]] with a sign or none.
+static bool skip_offset(const char **p, bool *is_whole)
+{
+    uint32_t value;
+    if (**p == '+' || **p == '-')
+        (*p)++;
+    if (!skip_number(p, OFFSET_HOURS_MAX, &value))
+        return false;
+    for (int i = 0; i < 2 && **p == ':'; i++) {
+        (*p)++;
+        if (!skip_number(p, 59, &value))
+            return false;
+        *is_whole = *is_whole && value == 0;
+    }
+    return true;
+}
+
+// ",START,END" behind the name of summer time.
+static bool is_rule(const char *text)
+{
+    const char *second = text[0] == ',' ? strchr(text + 1, ',') : nullptr;
+    if (second == nullptr || second == text + 1 || second[1] == '\0')
+        return false;
+    return text[strspn(text, "0123456789JM./:-+,")] == '\0' && strchr(second + 1, ',') == nullptr;
+}
+
+static bool is_zone(const char *text, bool *is_whole)
+{
+    *is_whole = true;
+    if (strcmp(text, "UTC") == 0 || strcmp(text, "GMT") == 0)
+        return true;
+    const char *p = text;
+    if (!skip_name(&p) || !skip_offset(&p, is_whole))
+        return false;
+    if (*p == '\0')
+        return true;
+    if (!skip_name(&p))
+        return false;
+    bool is_summer_whole = true;
+    if (*p != '\0' && *p != ',' && !skip_offset(&p, &is_summer_whole))
+        return false;
+    *is_whole = *is_whole && is_summer_whole;
+    return *p == '\0' || is_rule(p);
+}
+
+static void judge_first(const settings &all, const settings_line &line)
+{
+    char text[ZONE_TEXT_MAX];
+    bool is_whole = true;
+    if (line.length >= sizeof(text)) {
+        find_number(all.r, line.number, "zone", code::field_cut, sizeof(text) - 1);
+        return;
+    }
+    text_set(text, line.text);
+    trim_r(text);
+    if (!is_zone(text, &is_whole) || strlen(text) > line.length)
+        find(all.r, line.number, "zone", code::zone, text);
+    else if (!is_whole)
+        find(all.r, line.number, "zone", code::zone_minutes);
+}
+
+void judge_zone(const settings &all, source which)
+{
+    line_reader reader = begin_lines(file_of(all, which));
+    settings_line line;
+    if (!next_line(&reader, &line)) {
+        find(all.r, 0, "zone", code::zone);
+        return;
+    }
+    judge_first(all, line);
+    if (next_line(&reader, &line))
+        find(all.r, line.number, "-", code::zone_lines);
+}

@@ -1,0 +1,40 @@
+#include "ctl/mctl.h"
+
+#include "ctl/check/check.h"
+
+#include <stdio.h>
+#include <string.h>
+
+struct sub_command {
+    const char *name;
+    const char *arguments;
+    const char *purpose;
+    int (*run)(int count, char **words); // the words behind the name
+};
+
+constexpr sub_command sub_commands[] = {
+    {"check", "[--root DIR] [--json]", "tell what the router will make of its settings",
+     check_main},
+};
+
+static int usage(FILE *to, int status)
+{
+    fputs("usage: mctl COMMAND [OPTION...]\n", to);
+    for (const sub_command &row : sub_commands)
+        fprintf(to, "  %s %s\n      %s\n", row.name, row.arguments, row.purpose);
+    return status;
+}
+
+int mctl_main(int argc, char **argv)
+{
+    if (argc < 2)
+        return usage(stderr, 2);
+    if (strcmp(argv[1], "--help") == 0 || strcmp(argv[1], "help") == 0)
+        return usage(stdout, 0);
+    for (const sub_command &row : sub_commands) {
+        if (strcmp(row.name, argv[1]) == 0)
+            return row.run(argc - 2, argv + 2);
+    }
+    fprintf(stderr, "mctl: no command \"%s\"\n", argv[1]);
+    return usage(stderr, 2);
+}

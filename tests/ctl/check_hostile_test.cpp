@@ -1,0 +1,159 @@
+// mctl check on files that no web interface writes: whatever lies there, it is a finding, and the
+// check neither waits, nor crashes, nor follows a link out of the tree.
+#include "ctl/check/check.h"
+#include "ctl/check/report.h"
+#include "support/texts.h"
+#include "support/unit_test.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+constexpr char RULES[] = "/etc/default/rules";
+
+class check_hostile : public support::unit_test
+{
+  protected:
+    void SetUp() override
+    {
+        unit_test::SetUp();
+        world.copy_in(support::example_path("router"), "/tree");
+        world.copy_in(support::example_path("pppoe"), "/tree");
+    }
+
+    std::string check(const char *root = "/tree")
+    {
+        char *text = nullptr;
+        size_t length = 0;
+        FILE *out = open_memstream(&text, &length);
+        status = check_settings(root, out, false);
+        fclose(out);
+        std::string result(text, length);
+        free(text);
+        return result;
+    }
+
+    // The one finding that there is about the rules.
+    std::string about_rules()
+    {
+        std::string text = check();
+        EXPECT_EQ(support::lines_of(text).size(), 2U) << text;
+        size_t code = text.find(": ", text.find(": ") + 2) + 2;
+        return text.substr(0, text.find(": ", code));
+    }
+
+    void replace_rules() { world.remove(std::string("/tree") + RULES); }
+
+    int status = -1;
+};
+
+std::string rules_error(const std::string &code)
+{
+    return std::string(RULES) + ":0:-: error: " + code;
+}
+
+TEST_F(check_hostile, the_examples_are_clean)
+{
+    EXPECT_EQ(check(), "0 errors, 0 warnings\n");
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(check_hostile, a_directory)
+{
+    replace_rules();
+    world.mkdir("/tree/etc/default/rules");
+    EXPECT_EQ(about_rules(), rules_error("not-a-file"));
+}
+
+TEST_F(check_hostile, a_fifo_is_not_waited_for)
+{
+    replace_rules();
+    ASSERT_EQ(mkfifo("/tree/etc/default/rules", 0600), 0);
+    EXPECT_EQ(about_rules(), rules_error("not-a-file"));
+}
+
+TEST_F(check_hostile, a_loop_of_links)
+{
+    replace_rules();
+    world.symlink("rules", "/tree/etc/default/rules");
+    EXPECT_EQ(about_rules(), rules_error("unreadable"));
+}
+
+TEST_F(check_hostile, a_link_is_followed_below_the_root)
+{
+    replace_rules();
+    world.write("/tree/spare/list", "drop pest - 203.0.113.66 - - - - -\n");
+    world.symlink("/spare/../../spare/./list", "/tree/etc/default/rules");
+    EXPECT_EQ(about_rules(), std::string(RULES) + ":1:action: error: action");
+}
+
+TEST_F(check_hostile, a_link_does_not_lead_out)
+{
+    replace_rules();
+    world.write("/outside", "drop pest - 203.0.113.66 - - - - -\n");
+    world.symlink("../../../outside", "/tree/etc/default/rules");
+    EXPECT_EQ(about_rules(), std::string(RULES) + ":0:-: warning: missing");
+}
+
+TEST_F(check_hostile, a_link_of_a_directory_on_the_way)
+{
+    world.remove("/tree/etc/TZ");
+    ASSERT_EQ(rename("/tree/etc/default", "/tree/ro"), 0);
+    world.symlink("/ro", "/tree/etc/default");
+    EXPECT_EQ(support::lines_of(check()).size(), 2U);
+}
+
+TEST_F(check_hostile, a_million_lines)
+{
+    std::string lines;
+    for (int i = 0; i < 1000000; i++)
+        lines += "DROP pest - 203.0.113.66 - - - - -\n";
+    world.write("/tree/etc/default/rules", lines);
+    EXPECT_EQ(about_rules(), rules_error("too-large"));
+    EXPECT_EQ(status, 1);
+}
+
+TEST_F(check_hostile, an_endless_line)
+{
+    world.write("/tree/etc/default/rules", std::string(900000, 'x'));
+    EXPECT_EQ(about_rules(), std::string(RULES) + ":1:-: error: long-line");
+}
+
+TEST_F(check_hostile, more_findings_than_are_shown)
+{
+    std::string lines;
+    for (unsigned i = 0; i < FINDINGS_SHOWN + 7; i++)
+        lines += "drop pest - 203.0.113.66 - - - - -\n";
+    world.write("/tree/etc/default/rules", lines);
+    std::vector<std::string> all = support::lines_of(check());
+    ASSERT_EQ(all.size(), FINDINGS_SHOWN + 2);
+    EXPECT_TRUE(support::begins_with(all[FINDINGS_SHOWN], rules_error("too-many") + ": 7 more"));
+}
+
+// Each file in turn holds all bytes in an order that a fixed seed gives.
+TEST_F(check_hostile, any_bytes)
+{
+    unsigned state = 1;
+    for (const std::string &name : world.list("/tree/etc/default")) {
+        for (int round = 0; round < 20; round++) {
+            std::string bytes;
+            for (int i = 0; i < 3000; i++) {
+                state = state * 1664525 + 1013904223;
+                unsigned char byte = static_cast<unsigned char>(state >> 24);
+                bytes += round % 2 == 0 ? static_cast<char>(byte) : " -\n#=01.a\t\r\0"[byte % 13];
+            }
+            world.write("/tree/etc/default/" + name, bytes);
+            std::string text = check();
+            for (char c : text)
+                ASSERT_TRUE(c == '\n' || (c >= ' ' && c <= '~'));
+        }
+    }
+}
+
+} // namespace
