@@ -11,19 +11,26 @@
 #include <jansson.h>
 #include <string.h>
 
-static bool is_given(const char *text)
+constexpr unsigned LOCK_TRIES = 15;
+
+json_t *load_config_with_lock()
 {
-    return strcmp(text, "-") != 0;
+    return load_file_with_lock("/var/run", "Config", LOCK_TRIES);
+}
+
+static bool is_dash(const char *text)
+{
+    return strcmp(text, "-") == 0;
 }
 
 static void set_text(json_t *entry, const char *key, const char *text)
 {
-    json_object_set_new(entry, key, is_given(text) ? json_string(text) : json_null());
+    json_object_set_new(entry, key, is_dash(text) ? json_null() : json_string(text));
 }
 
 static void set_number(json_t *entry, const char *key, const char *text)
 {
-    json_t *value = is_given(text) ? json_integer(text_to_int(text)) : json_null();
+    json_t *value = is_dash(text) ? json_null() : json_integer(text_to_int(text));
     json_object_set_new(entry, key, value);
 }
 
@@ -119,7 +126,7 @@ void set_config(unsigned from_files)
     // Last, as a member that cannot be set is gone.
     json_t *root = json_object();
     json_object_set_new(root, "Network", network);
-    write_document(tag, root, "/var/run/Config");
+    write_document(tag, root, CONFIG_PATH);
     json_decref(root);
     logmessage(tag, "stop");
 }

@@ -2,6 +2,13 @@
 // part of the program sees the LAN, the WAN links, their tunnels, DNS and WiMAX.
 #pragma once
 
+#include <jansson.h>
+
+constexpr char CONFIG_PATH[] = "/var/run/Config";
+
+// Load the document while holding its lock. Results and log lines are load_file_with_lock()'s.
+json_t *load_config_with_lock();
+
 // Build the document from the settings files and write it to /var/run/Config, whole, without its
 // lock and without reading the one before: it is built while the LAN comes up, before any event
 // handler that reads it can run. from_files: with 0 the three interface entries have their default

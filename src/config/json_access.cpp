@@ -9,6 +9,8 @@
 #include <stdlib.h>
 #include <string.h>
 
+constexpr char PATH_TAG[] = "get_object_by_path";
+
 static void write_text(const char *text, const char *path)
 {
     FILE *file = fopen(path, "w");
@@ -54,7 +56,6 @@ json_t *load_file_with_lock(const char *dir, const char *name, unsigned attempts
 // One "name:index" segment. The container itself is the answer when it has no such array.
 static json_t *get_array_element(json_t *container, const char *segment, bool *is_found)
 {
-    static constexpr char tag[] = "get_object_by_path";
     char name[64];
     char index[40];
     const char *colon = strchr(segment, ':');
@@ -63,20 +64,19 @@ static json_t *get_array_element(json_t *container, const char *segment, bool *i
         name[colon - segment] = '\0';
     text_set(index, colon + 1);
 
-    logmessage(tag, "ar_index = %s, ar_name = %s", index, name);
+    logmessage(PATH_TAG, "ar_index = %s, ar_name = %s", index, name);
     json_t *array = json_object_get(container, name);
     *is_found = json_is_array(array);
     if (!*is_found)
         return container;
-    logmessage(tag, "really array");
-    logmessage(tag, "ar_index = %s, ar_name = %s", index, name);
+    logmessage(PATH_TAG, "really array");
+    logmessage(PATH_TAG, "ar_index = %s, ar_name = %s", index, name);
     int position = text_to_int(index);
     return position < 0 ? nullptr : json_array_get(array, static_cast<size_t>(position));
 }
 
 json_t *get_object_by_path(json_t *root, const char *path)
 {
-    static constexpr char tag[] = "get_object_by_path";
     char buf[1024];
     text_set(buf, path);
 
@@ -84,13 +84,13 @@ json_t *get_object_by_path(json_t *root, const char *path)
     char *rest = nullptr;
     for (char *segment = strtok_r(buf, "/", &rest); segment != nullptr;
          segment = strtok_r(nullptr, "/", &rest)) {
-        logmessage(tag, "buf = %s", segment);
+        logmessage(PATH_TAG, "buf = %s", segment);
         if (strchr(segment, ':') == nullptr) {
-            logmessage(tag, "is not array");
+            logmessage(PATH_TAG, "is not array");
             current = json_object_get(current, segment);
             continue;
         }
-        logmessage(tag, "is array");
+        logmessage(PATH_TAG, "is array");
         bool is_found = false;
         current = get_array_element(current, segment, &is_found);
         if (!is_found)
@@ -121,6 +121,12 @@ json_t *find_object_from_array_by_param(json_t *array, const char *key, const ch
         return element;
     }
     return nullptr;
+}
+
+const char *text_or_empty(const json_t *value)
+{
+    const char *text = json_string_value(value);
+    return text != nullptr ? text : "";
 }
 
 int get_string_from_json_by_name(const json_t *object, const char *key, char *dst, size_t cap)

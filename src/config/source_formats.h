@@ -78,8 +78,8 @@ inline constexpr peer_word common_words[] = {
     {2, "passwd", peer_form::text},
 };
 
-// The service name counts as a metric too until a metric of its own follows: a line that stops
-// after the service has always had that one.
+// The service name counts as a metric too until a metric of its own follows. The links of lines
+// that stop after the service depend on it: without a metric they would get no default route.
 inline constexpr peer_word pppoe_words[] = {
     {3, "iface", peer_form::text},    {4, "ac", peer_form::text},
     {5, "service", peer_form::text},  {5, "metric", peer_form::number},

@@ -18,6 +18,11 @@ static void set_record_field(struct iface_params *record, size_t position, const
     text_set(reinterpret_cast<char *>(record) + field.offset, field.capacity, value);
 }
 
+// What is cleared of a record before its lines are read: the first name begins anew. The rest is
+// the caller's: set_config() builds the three interfaces of the router from one record, and an
+// entry that is cut short has the fields of the one before.
+constexpr size_t CLEARED_CHARACTERS = 4;
+
 static void apply_interface_line(struct iface_params *record, char *first, char **rest)
 {
     const line_format &format = interfaces_format;
@@ -39,7 +44,7 @@ int get_iface_params(struct iface_params *record, const char *name)
     if (file == nullptr)
         return -1;
 
-    memset(record, 0, 4);
+    memset(record, 0, CLEARED_CHARACTERS);
     int result = -1;
     char line[SETTINGS_LINE_MAX];
     while (next_settings_line(file, line, format.hash_lines)) {

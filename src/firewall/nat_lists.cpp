@@ -73,8 +73,9 @@ static void write_trigger(const list_entry &entry, const rule_output &out, const
 
 static bool write_trigger_rules(const list_entry &entry, rule_output *out)
 {
-    // The line reads as it always has: "out_port," shows nothing, and the labels behind it are off
-    // by one, so in_proto shows the opened port and in_port the protocol that nothing else uses.
+    // Who looks into the log knows the line so: "out_port," shows nothing, and the labels behind it
+    // are off by one: in_proto shows the opened port and in_port the protocol that nothing else
+    // uses.
     logmessage("porttrigger_setting_morvi",
                "desc = %s, out_proto = %s, out_port, in_proto=%s, in_port=%s",
                entry.field[TRIGGER_NAME], entry.field[TRIGGER_PROTOCOL],

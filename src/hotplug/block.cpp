@@ -12,7 +12,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
-constexpr char tag[] = "hotplug";
+constexpr char TAG[] = "hotplug";
 
 constexpr char USB_DISK_DRIVER[] = "sd";
 constexpr int MINORS_PER_DISK = 16;
@@ -61,19 +61,19 @@ static int mount_partition(const struct partition &partition)
 static void add_disk(const struct partition &partition)
 {
     if (partition.disk < 0 || partition.disk >= DISKS_MAX) {
-        logmessage(tag, "bad dev!\n");
+        logmessage(TAG, "bad dev!\n");
         return;
     }
-    logmessage(tag, "adding disk...\n");
-    logmessage(tag, "err = %d\n", mknod(partition.node, S_IFBLK | NODE_MODE, partition.number));
+    logmessage(TAG, "adding disk...\n");
+    logmessage(TAG, "err = %d\n", mknod(partition.node, S_IFBLK | NODE_MODE, partition.number));
 
     int error = mkdir(partition.mount_point, MOUNT_POINT_MODE) == 0 ? 0 : errno;
-    logmessage(tag, "err %s= %s\n", partition.mount_point, strerror(error));
+    logmessage(TAG, "err %s= %s\n", partition.mount_point, strerror(error));
 
     int status = mount_partition(partition);
-    logmessage(tag, "err = %d\n", status);
+    logmessage(TAG, "err = %d\n", status);
     if (status != 0) {
-        logmessage(tag, "unsuccess %d!\n", status);
+        logmessage(TAG, "unsuccess %d!\n", status);
         delete_places(partition);
     }
 }
@@ -81,7 +81,7 @@ static void add_disk(const struct partition &partition)
 // The disk is gone by now: nothing can be done about an unmount that fails.
 static void remove_disk(const struct partition &partition)
 {
-    logmessage(tag, "removing disk %s...\n", partition.mount_point);
+    logmessage(TAG, "removing disk %s...\n", partition.mount_point);
     char mount_point[SHELL_LINE_MAX];
     shell_format("umount %s", shell_quote(mount_point, partition.mount_point));
     delete_places(partition);
@@ -105,7 +105,7 @@ static void handle_action(const char *action, const struct partition &partition)
             return;
         }
     }
-    logmessage(tag, "not support action!\n");
+    logmessage(TAG, "not support action!\n");
 }
 
 int hotplug_block()
@@ -116,7 +116,7 @@ int hotplug_block()
     const char *major = getenv("MAJOR");
     if (action == nullptr || minor == nullptr || driver == nullptr || major == nullptr)
         return EINVAL;
-    logmessage(tag, "env %s %s!\n", action, driver);
+    logmessage(TAG, "env %s %s!\n", action, driver);
     if (strncmp(driver, USB_DISK_DRIVER, strlen(USB_DISK_DRIVER)) != 0)
         return EINVAL;
 

@@ -12,7 +12,7 @@ constexpr mode_t LOCK_FILE_MODE = 0666;
 constexpr int LOCK_TRIES = 2;
 
 // The tag of all handlers for what concerns the lock, whichever of them it is.
-constexpr char tag[] = "hotplug";
+constexpr char TAG[] = "hotplug";
 
 // A record lock of that type on the whole file, however long it is.
 static struct flock whole_file(short type)
@@ -29,7 +29,7 @@ int open_hotplug_lock()
 {
     int fd = open(LOCK_FILE, O_RDWR | O_CREAT | O_CLOEXEC, LOCK_FILE_MODE);
     if (fd < 0)
-        logmessage(tag, "Failed opening lock file LOCK_FILE: %s\n", strerror(errno));
+        logmessage(TAG, "Failed opening lock file LOCK_FILE: %s\n", strerror(errno));
     return fd;
 }
 
@@ -48,7 +48,7 @@ int take_hotplug_lock(int fd)
         if (fcntl(fd, F_SETLKW, &request) == 0)
             return 0;
     }
-    logmessage(tag, "Failed locking LOCK_FILE: %s\n", strerror(errno));
+    logmessage(TAG, "Failed locking LOCK_FILE: %s\n", strerror(errno));
     return -1;
 }
 
@@ -56,10 +56,10 @@ int release_hotplug_lock(int fd)
 {
     struct flock request = whole_file(F_UNLCK);
     if (fcntl(fd, F_SETLK, &request) < 0) {
-        logmessage(tag, "Failed unlocking LOCK_FILE: %s\n", strerror(errno));
+        logmessage(TAG, "Failed unlocking LOCK_FILE: %s\n", strerror(errno));
         return -1;
     }
-    logmessage(tag, "Unlock LOCK_FILE\n");
+    logmessage(TAG, "Unlock LOCK_FILE\n");
     return 0;
 }
 

@@ -15,13 +15,14 @@ constexpr unsigned SETTLE_S = 45; // a mode-switching modem is back by then
 constexpr int DEVICE_PATH_MAX = 255;
 constexpr size_t ID_LINE_MAX = 64; // with its terminator
 
-constexpr char usb_tag[] = "hotplug_usb";
-constexpr char device_tag[] = "hotplug_usb_dev";
+constexpr char EVENT_TAG[] = "hotplug";
+constexpr char USB_TAG[] = "hotplug_usb";
+constexpr char DEVICE_TAG[] = "hotplug_usb_dev";
 
 // Device events say "hotplug_usb" here as well.
 static void start_event()
 {
-    logmessage("hotplug", "hotplug_usb - start...\n");
+    logmessage(EVENT_TAG, "hotplug_usb - start...\n");
     shell("export -p >> /tmp/hotplug_usb");
 }
 
@@ -37,10 +38,10 @@ int hotplug_usb()
     unsigned product = 0;
     unsigned release = 0;
     sscanf(product_text, "%04x/%04x/%04x", &vendor, &product, &release);
-    logmessage(usb_tag, "action=%s\n", action);
-    logmessage(usb_tag, "hotplug detected product:  %s\n", product_text);
-    logmessage(usb_tag, "Vendor:Product - %04x:%04x \n", vendor, product);
-    logmessage("hotplug", "hotplug_usb - stop...\n");
+    logmessage(USB_TAG, "action=%s\n", action);
+    logmessage(USB_TAG, "hotplug detected product:  %s\n", product_text);
+    logmessage(USB_TAG, "Vendor:Product - %04x:%04x \n", vendor, product);
+    logmessage(EVENT_TAG, "hotplug_usb - stop...\n");
     return 0;
 }
 
@@ -49,7 +50,7 @@ static const char *get_logged(const char *name, const char *label)
 {
     const char *value = getenv(name);
     if (value != nullptr)
-        logmessage(device_tag, "%s=%s\n", label, value);
+        logmessage(DEVICE_TAG, "%s=%s\n", label, value);
     return value;
 }
 
@@ -71,7 +72,7 @@ static bool read_id(const char *device, const char *attribute, unsigned *id)
 
 static void log_id(const char *label, unsigned id)
 {
-    logmessage(device_tag, "%s=%04x\n", label, id);
+    logmessage(DEVICE_TAG, "%s=%04x\n", label, id);
 }
 
 struct usb_id {
@@ -110,7 +111,7 @@ static void settle(const char *action, const usb_id &first, const char *physical
         return;
     if (strcmp(action, "add") != 0)
         return;
-    logmessage(device_tag, "device is cool - start 3g\n");
+    logmessage(DEVICE_TAG, "device is cool - start 3g\n");
     shell("/etc/init.d/scripts/3g start");
 }
 
@@ -121,7 +122,7 @@ static int settle_alone(const char *action, const usb_id &first, const char *phy
     if (fd < 0)
         return -1;
     if (is_hotplug_lock_held(fd)) {
-        logmessage(usb_tag, "LOCK_FILE is locking, exit");
+        logmessage(USB_TAG, "LOCK_FILE is locking, exit");
         return 0;
     }
     if (take_hotplug_lock(fd) < 0)

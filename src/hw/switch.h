@@ -1,5 +1,7 @@
 // The RT3052's embedded Ethernet switch: its registers, reached through private requests of the
-// Ethernet driver on "eth2", and the port layouts of this router.
+// Ethernet driver on "eth2", and the port layouts of this router. No command and no event calls the
+// layouts: the ports are laid out by the firmware's config-vlan.sh. They are kept, with their
+// tests, as the record of what the chip needs.
 #pragma once
 
 #include <stdint.h>

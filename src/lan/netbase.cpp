@@ -3,6 +3,7 @@
 #include "config/document.h"
 #include "config/json_access.h"
 #include "firewall/firewall.h"
+#include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "lan/loopback.h"
 #include "util/log.h"
@@ -17,23 +18,22 @@
 #include <stdio.h>
 #include <string.h>
 
-constexpr char LOG_TAG[] = "mcfg-netbase";
-// The WAN code's, on two lines here: the log has always had them so.
-constexpr char WAN_LOG_TAG[] = "mcfg-start_wan_morvi";
-constexpr char VCONFIG_LOG_TAG[] = "mcfg-vconfig";
-
-constexpr unsigned CONFIG_LOCK_TRIES = 15;
+constexpr char START_TAG[] = "netbase_start";
+constexpr char NETBASE_TAG[] = "mcfg-netbase";
+// The WAN code's, on two lines here: who looks for "Start dhcp wan" finds the LAN's client too.
+constexpr char WAN_TAG[] = "mcfg-start_wan_morvi";
+constexpr char VCONFIG_TAG[] = "mcfg-vconfig";
 
 // An outside tool with its words, as run_words() takes it: the last word is always null.
 using words = const char *[6];
 
-constexpr words ADD_VLANS[] = {
+constexpr words add_vlans[] = {
     {"vconfig", "add", "eth2", "1"},
     {"vconfig", "add", "eth2", "2"},
 };
 
 // clang-format off
-constexpr words BUILD_BRIDGE[] = {
+constexpr words build_bridge[] = {
     {"brctl", "addbr", "br0"},
     {"brctl", "addif", "br0", "vlan1"},
     {"brctl", "addif", "br0", "ra0"},
@@ -43,13 +43,13 @@ constexpr words BUILD_BRIDGE[] = {
 };
 // clang-format on
 
-constexpr words REMOVE_VLANS_AND_BRIDGE[] = {
+constexpr words remove_vlans_and_bridge[] = {
     {"vconfig", "rem", "vlan2"},
     {"vconfig", "rem", "vlan1"},
     {"brctl", "delbr", "br0"},
 };
 
-constexpr const char *STOPPED_IFACES[] = {"br0", "vlan1", "vlan2", "eth2"};
+constexpr const char *stopped_ifaces[] = {"br0", "vlan1", "vlan2", "eth2"};
 
 // Run all rows, whatever they return. Returns the result of the last one.
 template <size_t N> static int run_all(const words (&rows)[N])
@@ -77,11 +77,11 @@ static void configure_switch_port()
 {
     char mac[MAC_TEXT_MAX];
     get_mac_text(mac, "ethaddr");
-    logmessage(VCONFIG_LOG_TAG, "lan mac = %s", mac);
+    logmessage(VCONFIG_TAG, "lan mac = %s", mac);
     set_flags("eth2", IFACE_DOWN);
     char line[SHELL_LINE_MAX];
     text_format(line, sizeof(line), "ifconfig eth2 hw ether %s", mac);
-    logmessage(VCONFIG_LOG_TAG, "buffer = %s", line);
+    logmessage(VCONFIG_TAG, "buffer = %s", line);
     shell(line);
     set_flags("eth2", IFACE_UP);
 }
@@ -92,7 +92,7 @@ static void configure_wan_port()
     set_flags("vlan2", IFACE_DOWN);
     char mac[MAC_TEXT_MAX];
     get_mac_text(mac, "wan");
-    logmessage(VCONFIG_LOG_TAG, "wan mac: %s", mac);
+    logmessage(VCONFIG_TAG, "wan mac: %s", mac);
     shell_format("ifconfig vlan2 hw ether %s", mac);
 }
 
@@ -111,18 +111,18 @@ int vconfig(const char *lan_iface)
     start_wifi(lan_iface);
     configure_switch_port();
     shell("vconfig set_name_type VLAN_PLUS_VID_NO_PAD");
-    run_all(ADD_VLANS);
+    run_all(add_vlans);
     configure_wan_port();
     configure_lan_ports();
-    return run_all(BUILD_BRIDGE);
+    return run_all(build_bridge);
 }
 
 static void start_lan_dhcp_client(const char *iface)
 {
-    logmessage(WAN_LOG_TAG, "Start dhcp wan");
-    char pid_file[sizeof("/var/run/udhcpc..pid") + sizeof(iface_params::iface)];
-    text_format(pid_file, sizeof(pid_file), "/var/run/udhcpc.%s.pid", iface);
-    run_tool("udhcpc", "-i", iface, "-p", pid_file, "-s", "/tmp/udhcpc");
+    logmessage(WAN_TAG, "Start dhcp wan");
+    char pidfile[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(pidfile, iface);
+    run_tool("udhcpc", "-i", iface, "-p", pidfile, "-s", DHCP_SCRIPT);
 }
 
 static void address_lan(const iface_params &lan)
@@ -130,14 +130,14 @@ static void address_lan(const iface_params &lan)
     if (strcmp(lan.type, "dhcp") == 0) {
         start_lan_dhcp_client(lan.iface);
     } else if (strcmp(lan.type, "static") == 0) {
-        logmessage(LOG_TAG, "lan_iface.ipaddr = %s, lan_iface.netmask = %s", lan.ipaddr,
+        logmessage(NETBASE_TAG, "lan_iface.ipaddr = %s, lan_iface.netmask = %s", lan.ipaddr,
                    lan.netmask);
         ifconfig(lan.iface, IFACE_UP, lan.ipaddr, lan.netmask);
     }
 }
 
-// The two entries have always stood on one line, without so much as a blank between them, and what
-// reads the file has to live with it.
+// The two entries stand on one line, without so much as a blank between them. The LAN's DNS relay
+// reads the file so: to the LAN, "morvi" is 127.0.0.1.
 static void write_hosts(const iface_params &lan)
 {
     static constexpr char path[] = "/tmp/hosts.runtime";
@@ -170,27 +170,27 @@ static void start_lan(const iface_params &lan)
     // The LAN address stands in the WAN interface's place and the netmask in the log mode's.
     start_firewall_morvi(lan.iface, lan.ipaddr, lan.netmask);
     shell("/etc/init.d/scripts/dnsmasq.rc start");
-    logmessage("netbase_start", "done");
+    logmessage(START_TAG, "done");
 }
 
 void netbase_start()
 {
-    logmessage("netbase_start", "begin");
+    logmessage(START_TAG, "begin");
     set_config(1);
     shell("/usr/sbin/mknetifaces.sh");
     shell("/usr/sbin/sys_netbase make_netbase");
-    json_t *config = load_file_with_lock("/var/run", "Config", CONFIG_LOCK_TRIES);
+    json_t *config = load_config_with_lock();
     if (config == nullptr) {
-        logmessage(LOG_TAG, "Error on load file");
+        logmessage(NETBASE_TAG, "Error on load file");
         return;
     }
     const json_t *lan_array = json_object_get(json_object_get(config, "Network"), "Lan");
     config_loopback();
     if (!json_is_array(lan_array)) {
-        logmessage(WAN_LOG_TAG, "Error on lan_array");
+        logmessage(WAN_TAG, "Error on lan_array");
         return;
     }
-    logmessage(LOG_TAG, "lan_array is array sizeof = %d",
+    logmessage(NETBASE_TAG, "lan_array is array sizeof = %d",
                static_cast<int>(json_array_size(lan_array)));
     iface_params lan;
     get_iface_params_from_json(json_array_get(lan_array, 0), &lan);
@@ -201,8 +201,8 @@ void netbase_start()
 int netbase_stop()
 {
     shell("echo 0 > /proc/sys/net/ipv4/ip_forward");
-    for (const char *iface : STOPPED_IFACES)
+    for (const char *iface : stopped_ifaces)
         set_flags(iface, IFACE_DOWN);
-    run_all(REMOVE_VLANS_AND_BRIDGE);
+    run_all(remove_vlans_and_bridge);
     return shell("/etc/init.d/scripts/dnsmasq.rc stop");
 }

@@ -30,7 +30,7 @@ struct parameter {
     unsigned char (*derive)(unsigned char last);
 };
 
-constexpr parameter PARAMETERS[] = {
+constexpr parameter parameters[] = {
     {"lan", "ethaddr", same},
     {"wan", "wanmac", next},
     {"wlan", "wlanmac", next_of_eight},
@@ -74,7 +74,7 @@ static int usage(int status)
 
 static const parameter *find_parameter(const char *name)
 {
-    for (const parameter &row : PARAMETERS) {
+    for (const parameter &row : parameters) {
         if (strcmp(row.name, name) == 0)
             return &row;
     }

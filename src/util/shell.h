@@ -19,8 +19,9 @@ int shell(const char *line);
 [[gnu::format(printf, 1, 2)]] int shell_format(const char *format, ...);
 
 // Write value into out as the shell is to see it, and return out: as it stands when it is made of
-// letters, digits and "_./:@%+=,-" only (so addresses, interface names and paths look as they
-// always did, and an empty value stays empty), else between single quotes. Whatever the value
-// holds, it can neither end the command nor start another one. A value too long for the room is
-// cut; its quotes stay closed. What else is on its line then makes that too long to be run.
+// letters, digits and "_./:@%+=,-" only (addresses, interface names and paths are then found in the
+// list of processes as a person would type them, and an empty value stays empty), else between
+// single quotes. Whatever the value holds, it can neither end the command nor start another one. A
+// value too long for the room is cut; its quotes stay closed. What else is on its line then makes
+// that too long to be run.
 const char *shell_quote(char (&out)[SHELL_LINE_MAX], const char *value);

@@ -34,14 +34,14 @@ struct dhcp_lease {
 
 static void take_iface(dhcp_lease *lease, json_t *link)
 {
-    take_variable(DHCP_TAG, "interface", "iface", lease->iface, link);
+    take_variable(LEASE_TAG, "interface", "iface", lease->iface, link);
 }
 
 static void take_server(const char *key, const char *server, char (&kept)[LEASE_TEXT_MAX],
                         json_t *link)
 {
     if (server != nullptr) {
-        logmessage(DHCP_TAG, "%s = %s", key, server);
+        logmessage(LEASE_TAG, "%s = %s", key, server);
         text_set(kept, server);
     }
     if (link != nullptr)
@@ -72,7 +72,7 @@ static void take_dns(dhcp_lease *lease, json_t *link)
     const char *dns = getenv("dns");
     if (dns == nullptr)
         return;
-    logmessage(DHCP_TAG, "dns = %s", dns);
+    logmessage(LEASE_TAG, "dns = %s", dns);
     split_dns(dns, lease, link);
 }
 
@@ -106,9 +106,9 @@ static void take_lease(dhcp_lease *lease, json_t *link)
 {
     take_iface(lease, link);
     set_link_kind(link, lease->iface);
-    take_variable(DHCP_TAG, "ip", "ipaddr", lease->ipaddr, link);
-    take_variable(DHCP_TAG, "subnet", "netmask", lease->netmask, link);
-    take_variable(DHCP_TAG, "router", "gateway", lease->gateway, link);
+    take_variable(LEASE_TAG, "ip", "ipaddr", lease->ipaddr, link);
+    take_variable(LEASE_TAG, "subnet", "netmask", lease->netmask, link);
+    take_variable(LEASE_TAG, "router", "gateway", lease->gateway, link);
     take_dns(lease, link);
 }
 
@@ -120,13 +120,13 @@ static bool add_lease_routes(const char *iface)
         add_host_routes(iface, routes);
     const char *staticroutes = getenv("staticroutes");
     if (staticroutes != nullptr) {
-        logmessage(DHCP_TAG, "staticroutes = %s", staticroutes);
+        logmessage(LEASE_TAG, "staticroutes = %s", staticroutes);
         add_static_routes(iface, staticroutes);
     }
     const char *msroutes = getenv("msroutes");
     if (msroutes == nullptr)
         return true;
-    logmessage(DHCP_TAG, "msroutes = %s", msroutes);
+    logmessage(LEASE_TAG, "msroutes = %s", msroutes);
     return add_classless_routes(iface, msroutes);
 }
 
@@ -135,7 +135,7 @@ static int udhcpc_bound()
     watch_json_memory();
     json_t *link = json_object();
     dhcp_lease lease = {};
-    logmessage(DHCP_TAG, "bound");
+    logmessage(LEASE_TAG, "bound");
     shell("export -p > /tmp/udhcpc-env");
     take_lease(&lease, link);
     change_resolver("add", &lease);
@@ -144,7 +144,7 @@ static int udhcpc_bound()
         wan_up(lease.iface, link);
         restart_resolver();
     }
-    logmessage(DHCP_TAG, "done\n");
+    logmessage(LEASE_TAG, "done\n");
     json_decref(link);
     return 0;
 }
@@ -165,7 +165,7 @@ static void write_expiry(const char *iface)
 int udhcpc_deconfig()
 {
     dhcp_lease lease = {};
-    logmessage(DHCP_TAG, "deconfig");
+    logmessage(LEASE_TAG, "deconfig");
     shell("export -p > /tmp/udhcpc-env-deconfig");
     take_iface(&lease, nullptr);
     take_dns(&lease, nullptr);
@@ -181,7 +181,7 @@ int udhcpc_deconfig()
 
 static int udhcpc_renew()
 {
-    logmessage(DHCP_TAG, "renew done\n");
+    logmessage(LEASE_TAG, "renew done\n");
     return 0;
 }
 

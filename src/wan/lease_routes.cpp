@@ -69,7 +69,7 @@ static bool add_static_route(const char *iface, char *destination, char *gateway
     *slash = '\0';
     char netmask[IPV4_TEXT_MAX];
     quad(netmask, netmask_of(prefix));
-    logmessage(DHCP_TAG, "netmask = %s, gateway = %s, ipaddr = %s", netmask, gateway, destination);
+    logmessage(LEASE_TAG, "netmask = %s, gateway = %s, ipaddr = %s", netmask, gateway, destination);
     route_add(iface, LEASE_ROUTE_METRIC, destination, gateway, netmask);
     return true;
 }

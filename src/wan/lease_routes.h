@@ -5,7 +5,7 @@
 #pragma once
 
 // The tag of all log lines about leases.
-constexpr char DHCP_TAG[] = "dhcp client";
+constexpr char LEASE_TAG[] = "dhcp client";
 
 // routes: pairs of destination and gateway, a host route for each complete pair.
 void add_host_routes(const char *iface, const char *routes);

@@ -13,9 +13,9 @@
 size_t value_length(const char *value);
 
 // Write value as one word by pppd's rules for option files. Printable ASCII that pppd takes as it
-// is stands as it is, so a word without blanks, quotes, "\" and "#" looks as it always did; any
-// other value stands between double quotes, with "\" before each '"' and "\". An empty value writes
-// nothing, but one that a line end leaves empty is the empty word "".
+// is stands as it is, so a word without blanks, quotes, "\" and "#" looks as a person would write
+// it; any other value stands between double quotes, with "\" before each '"' and "\". An empty
+// value writes nothing, but one that a line end leaves empty is the empty word "".
 void write_pppd_value(FILE *file, const char *value);
 
 // The same, between double quotes in any case.

@@ -1,5 +1,6 @@
 #include "wan/ppp_event.h"
 
+#include "config/document.h"
 #include "config/json_access.h"
 #include "util/json_memory.h"
 #include "util/log.h"
@@ -58,7 +59,7 @@ static const json_t *find_tunnel(json_t *config, const char *name)
 // null while the tunnel is not known; a tunnel without a metric leaves the link without the member.
 static void set_tunnel_metric(json_t *object, const char *name)
 {
-    json_t *config = load_file_with_lock("/var/run", "Config", 15);
+    json_t *config = load_config_with_lock();
     json_object_set_new(object, "metric", json_null());
     if (config == nullptr)
         return;

@@ -1,5 +1,6 @@
 #include "wan/ppp_link.h"
 
+#include "config/json_access.h"
 #include "lan/route.h"
 #include "util/link_state.h"
 #include "util/lock.h"
@@ -68,8 +69,8 @@ bool get_link_metric(const json_t *object, int *metric)
 }
 
 // Insert (-I) or delete (-D) the jump of the traffic for the link's address into the chain of port
-// forwardings.
-static void change_vserver_jump(const char *operation, const char *iface, const char *ipaddr)
+// forwardings, without a shell. (The other links do it in one: wan_link.cpp.)
+static void change_jump_by_words(const char *operation, const char *iface, const char *ipaddr)
 {
     run_tool("iptables", "-t", "nat", operation, "PREROUTING", "-i", iface, "-d", ipaddr, "-j",
              "VSERVER");
@@ -99,24 +100,17 @@ void wan_ppp_up(const ppp_link *link, json_t *object)
     save_ppp_info("add", link->iface, link->name, link->ipaddr, link->type);
     run_tool(RESOLV, "add", link->iface, link->name, link->dns1, link->dns2);
     run_tool(RESOLV, "start");
-    change_vserver_jump("-I", link->iface, link->ipaddr);
+    change_jump_by_words("-I", link->iface, link->ipaddr);
     leds_connected();
     save_link_state_ex(object);
     logmessage(tag, "stop\n");
-}
-
-// A member that is null, or no text at all, was empty when the link came up.
-static const char *text_of(const json_t *member)
-{
-    const char *text = json_string_value(member);
-    return text != nullptr ? text : "";
 }
 
 static void undo_registration(const char *iface, const char *ipaddr, const char *name,
                               const char *type)
 {
     logmessage(DOWN_TAG, "ifname = %s, name = %s ipaddr=%s, type=%s", iface, name, ipaddr, type);
-    change_vserver_jump("-D", iface, ipaddr);
+    change_jump_by_words("-D", iface, ipaddr);
     save_ppp_info("remove", iface, name, ipaddr, type);
     run_tool(RESOLV, "remove", iface, name);
     run_tool(RESOLV, "start");
@@ -130,8 +124,9 @@ static void undo_ppp_link(const char *iface, const json_t *record)
     const json_t *ipaddr = json_object_get(record, "ipaddr");
     const json_t *name = json_object_get(record, "name");
     const json_t *type = json_object_get(record, "type");
+    // A member that is null was empty when the link came up.
     if (ipaddr != nullptr && name != nullptr && type != nullptr)
-        undo_registration(iface, text_of(ipaddr), text_of(name), text_of(type));
+        undo_registration(iface, text_or_empty(ipaddr), text_or_empty(name), text_or_empty(type));
     logmessage(DOWN_TAG, "remove link state iface %s", iface);
 }
 

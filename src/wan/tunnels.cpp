@@ -11,6 +11,8 @@
 #include <signal.h>
 #include <string.h>
 
+constexpr char START_TAG[] = "mcfg-start_tunnels";
+constexpr char STOP_TAG[] = "mcfg-stop_tunnels";
 constexpr size_t PIDFILE_PATH_MAX = 100;
 
 struct dial_budget {
@@ -60,14 +62,13 @@ const char *why_unsuited(const char *wan_type, const char *type)
 
 static bool is_to_be_dialled(const char *wan_type, const json_t *tunnel)
 {
-    static constexpr char tag[] = "mcfg-start_tunnels";
     const char *type = json_string_value(json_object_get(tunnel, "type"));
     if (type == nullptr)
         return false;
-    logmessage(tag, "wan_type = %s, type = %s", wan_type, type);
+    logmessage(START_TAG, "wan_type = %s, type = %s", wan_type, type);
     const char *words = why_unsuited(wan_type, type);
     if (words != nullptr) {
-        logmessage(tag, "%s", words);
+        logmessage(START_TAG, "%s", words);
         return false;
     }
     return json_is_true(json_object_get(tunnel, "auto"));
@@ -83,20 +84,19 @@ static void dial(const json_t *tunnel)
 
 void start_tunnels(const char *wan_type, const json_t *tunnels)
 {
-    static constexpr char tag[] = "mcfg-start_tunnels";
     if (!json_is_array(tunnels)) {
-        logmessage(tag, "Error on tun_array");
+        logmessage(START_TAG, "Error on tun_array");
         return;
     }
     size_t size = json_array_size(tunnels);
-    logmessage(tag, "tun_array is array sizeof = %d", static_cast<int>(size));
-    logmessage(tag, "wan_type = %s", wan_type);
+    logmessage(START_TAG, "tun_array is array sizeof = %d", static_cast<int>(size));
+    logmessage(START_TAG, "wan_type = %s", wan_type);
     int budget = get_dial_budget(wan_type);
     for (size_t i = 0; i < size; i++) {
-        logmessage(tag, "start tunnel #%d", static_cast<int>(i));
+        logmessage(START_TAG, "start tunnel #%d", static_cast<int>(i));
         const json_t *tunnel = json_array_get(tunnels, i);
         if (tunnel == nullptr) {
-            logmessage(tag, "Error on get tunnel info");
+            logmessage(START_TAG, "Error on get tunnel info");
             continue;
         }
         if (budget < 1)
@@ -108,40 +108,34 @@ void start_tunnels(const char *wan_type, const json_t *tunnels)
     }
 }
 
-static const char *get_text(const json_t *object, const char *key)
-{
-    const char *text = json_string_value(json_object_get(object, key));
-    return text != nullptr ? text : "";
-}
-
 static void stop_tunnel(const json_t *tunnel)
 {
-    const char *type = get_text(tunnel, "type");
+    const char *type = text_or_empty(json_object_get(tunnel, "type"));
+    const char *name = text_or_empty(json_object_get(tunnel, "name"));
     if (strcmp(type, "l2tp") == 0) {
         run_tool("killall", "xl2tpd");
         return;
     }
     char path[PIDFILE_PATH_MAX];
-    text_format(path, sizeof(path), "/var/run/ppp-%s-%s.pid", type, get_text(tunnel, "name"));
-    logmessage("mcfg-stop_tunnels", "pidfile for pppd: %s", path);
+    text_format(path, sizeof(path), "/var/run/ppp-%s-%s.pid", type, name);
+    logmessage(STOP_TAG, "pidfile for pppd: %s", path);
     // A second SIGTERM, never SIGKILL: pppd is to say goodbye to its peer.
     stop_by_pidfile(path, SIGTERM);
 }
 
 void stop_tunnels(const json_t *tunnels)
 {
-    static constexpr char tag[] = "mcfg-stop_tunnels";
     if (!json_is_array(tunnels)) {
-        logmessage(tag, "Error on tun_array");
+        logmessage(STOP_TAG, "Error on tun_array");
         return;
     }
     size_t size = json_array_size(tunnels);
-    logmessage(tag, "tun_array is array sizeof = %d", static_cast<int>(size));
+    logmessage(STOP_TAG, "tun_array is array sizeof = %d", static_cast<int>(size));
     for (size_t i = 0; i < size; i++) {
-        logmessage(tag, "stop tunnel #%d", static_cast<int>(i));
+        logmessage(STOP_TAG, "stop tunnel #%d", static_cast<int>(i));
         const json_t *tunnel = json_array_get(tunnels, i);
         if (tunnel == nullptr)
-            logmessage(tag, "Error on get tunnel info");
+            logmessage(STOP_TAG, "Error on get tunnel info");
         else
             stop_tunnel(tunnel);
     }

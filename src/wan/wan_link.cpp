@@ -1,5 +1,6 @@
 #include "wan/wan_link.h"
 
+#include "config/document.h"
 #include "config/json_access.h"
 #include "lan/interface.h"
 #include "lan/route.h"
@@ -76,8 +77,9 @@ static void set_routes(const char *iface, const json_t *entry, const json_t *lin
 }
 
 // Insert (-I) or delete (-D) the jump of the traffic for the link's address into the chain of port
-// forwardings. A link that came up without an address has none.
-static void change_vserver_jump(const char *operation, const char *iface, const json_t *link)
+// forwardings, by a line for the shell. (PPP links hand over words: ppp_link.cpp.) A link that came
+// up without an address has none.
+static void change_jump_by_shell(const char *operation, const char *iface, const json_t *link)
 {
     const char *ipaddr = json_string_value(json_object_get(link, "ipaddr"));
     if (ipaddr == nullptr)
@@ -99,7 +101,7 @@ static const json_t *find_wan_entry(const json_t *config, const char *iface)
 int wan_up(const char *iface, json_t *link)
 {
     logmessage(UP_TAG, "start\n");
-    const json_t *config = load_file_with_lock("/var/run", "Config", 15);
+    const json_t *config = load_config_with_lock();
     if (config == nullptr) {
         logmessage(UP_TAG, "Error on load file");
         return -1;
@@ -109,7 +111,7 @@ int wan_up(const char *iface, json_t *link)
         return -1;
     set_routes(iface, entry, link);
     leds_connected();
-    change_vserver_jump("-I", iface, link);
+    change_jump_by_shell("-I", iface, link);
     save_link_state_ex(link);
     logmessage(UP_TAG, "stop\n");
     return 0;
@@ -117,7 +119,7 @@ int wan_up(const char *iface, json_t *link)
 
 static void clear_interface(const char *iface, const json_t *record)
 {
-    change_vserver_jump("-D", iface, record);
+    change_jump_by_shell("-D", iface, record);
     ifconfig(iface, IFACE_DOWN, "0.0.0.0", nullptr);
 }
 

@@ -1,14 +1,15 @@
 #include "wan/wan_start.h"
 
+#include "config/document.h"
 #include "config/json_access.h"
 #include "config/params.h"
+#include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "util/json_memory.h"
 #include "util/link_state.h"
 #include "util/log.h"
 #include "util/process.h"
 #include "util/shell.h"
-#include "util/text.h"
 #include "wan/link_kind.h"
 #include "wan/tunnels.h"
 #include "wan/wan_link.h"
@@ -20,30 +21,26 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+constexpr char START_TAG[] = "mcfg-start_wan_morvi";
+constexpr char ENTRY_TAG[] = "mcfg-start_wan";
+constexpr char STOP_TAG[] = "mcfg-stop_wan_morvi";
 constexpr char WIMAX_IFACE[] = "wimax0";
-constexpr char DHCP_SCRIPT[] = "/tmp/udhcpc";
-constexpr size_t PIDFILE_PATH_MAX = 80;
-
-static void dhcp_pidfile(char (&path)[PIDFILE_PATH_MAX], const char *iface)
-{
-    text_format(path, sizeof(path), "/var/run/udhcpc.%s.pid", iface);
-}
 
 // The names under which the daemons call this program.
-constexpr const char *event_links[] = {"/tmp/ppp/ip-up", "/tmp/ppp/ip-down", DHCP_SCRIPT};
+constexpr const char *event_symlinks[] = {"/tmp/ppp/ip-up", "/tmp/ppp/ip-down", DHCP_SCRIPT};
 
-static void make_event_links()
+static void make_event_symlinks()
 {
     // What is there from an earlier start stays as it is.
     mkdir("/tmp/ppp", 0777);
-    for (const char *path : event_links) {
+    for (const char *path : event_symlinks) {
         [[maybe_unused]] int result = symlink("/sbin/mcfg", path);
     }
 }
 
 static json_t *load_config(const char *tag)
 {
-    json_t *root = json_load_file("/var/run/Config", 0, nullptr);
+    json_t *root = json_load_file(CONFIG_PATH, 0, nullptr);
     if (root == nullptr)
         logmessage(tag, "Error on load file");
     return root;
@@ -96,7 +93,7 @@ static void set_mac(const char *iface, const json_t *mac)
 {
     char quoted_iface[SHELL_LINE_MAX];
     char quoted_mac[SHELL_LINE_MAX];
-    const char *text = json_is_string(mac) ? json_string_value(mac) : "";
+    const char *text = text_or_empty(mac);
     ifconfig(iface, IFACE_DOWN, nullptr, nullptr);
     shell_format("ifconfig %s hw ether %s", shell_quote(quoted_iface, iface),
                  shell_quote(quoted_mac, text));
@@ -104,16 +101,16 @@ static void set_mac(const char *iface, const json_t *mac)
 
 static void start_dhcp(const iface_params &params, const json_t *)
 {
-    char pidfile[PIDFILE_PATH_MAX];
-    dhcp_pidfile(pidfile, params.iface);
-    logmessage("mcfg-start_wan_morvi", "Start dhcp wan");
+    char pidfile[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(pidfile, params.iface);
+    logmessage(START_TAG, "Start dhcp wan");
     run_tool("udhcpc", "-RSb", "-A", "30", "-i", params.iface, "-p", pidfile, "-s", DHCP_SCRIPT);
 }
 
 // A member that the entry lacks is left out of the link as well.
 constexpr const char *address_members[] = {"metric", "ipaddr", "netmask", "gateway"};
 
-static json_t *make_static_link(const link_kind &kind, const json_t *entry)
+static json_t *make_static_record(const link_kind &kind, const json_t *entry)
 {
     watch_json_memory();
     json_t *link = json_object();
@@ -131,7 +128,7 @@ static json_t *make_static_link(const link_kind &kind, const json_t *entry)
 static void start_static(const iface_params &params, const json_t *entry)
 {
     ifconfig(params.iface, IFACE_UP, params.ipaddr, params.netmask);
-    json_t *link = make_static_link(*get_link_kind(params.iface), entry);
+    json_t *link = make_static_record(*get_link_kind(params.iface), entry);
     wan_up(params.iface, link);
     json_decref(link);
 }
@@ -184,8 +181,8 @@ static bool start_entry(const json_t *entry, int position, int force)
 {
     iface_params params;
     get_iface_params_from_json(entry, &params);
-    logmessage("mcfg-start_wan", "Start wan # %d", position);
-    logmessage("mcfg-start_wan", "force = %d", force);
+    logmessage(ENTRY_TAG, "Start wan # %d", position);
+    logmessage(ENTRY_TAG, "force = %d", force);
     if (force == 0 && json_is_false(json_object_get(entry, "auto")))
         return true;
     if (is_wimax_missing(params.iface)) {
@@ -199,7 +196,7 @@ static bool start_entry(const json_t *entry, int position, int force)
     if (mac != nullptr)
         set_mac(params.iface, mac);
     start_by_type(params, entry);
-    const json_t *tunnels = get_entry_tunnels(entry, "mcfg-start_wan_morvi", "start");
+    const json_t *tunnels = get_entry_tunnels(entry, START_TAG, "start");
     if (tunnels != nullptr)
         start_tunnels(params.type, tunnels);
     return true;
@@ -207,31 +204,30 @@ static bool start_entry(const json_t *entry, int position, int force)
 
 void start_wan_morvi(int index, int force)
 {
-    static constexpr char tag[] = "mcfg-start_wan_morvi";
-    logmessage(tag, "start");
-    make_event_links();
-    const json_t *root = load_config(tag);
+    logmessage(START_TAG, "start");
+    make_event_symlinks();
+    const json_t *root = load_config(START_TAG);
     if (root == nullptr)
         return;
     const json_t *wan_array = get_wan_array(root);
     if (wan_array == nullptr) {
-        logmessage(tag, "Error on wan_array");
+        logmessage(START_TAG, "Error on wan_array");
         return;
     }
     size_t size = json_array_size(wan_array);
-    logmessage(tag, "wan_array is array sizeof = %d", static_cast<int>(size));
+    logmessage(START_TAG, "wan_array is array sizeof = %d", static_cast<int>(size));
     positions chosen = choose(index, size, 0);
     for (int i = chosen.first; i <= chosen.last; i++) {
         if (!start_entry(get_entry(wan_array, i), i, force))
             return;
     }
-    logmessage(tag, "stop");
+    logmessage(START_TAG, "stop");
 }
 
 static void stop_dhcp(const char *iface)
 {
-    char pidfile[PIDFILE_PATH_MAX];
-    dhcp_pidfile(pidfile, iface);
+    char pidfile[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(pidfile, iface);
     stop_by_pidfile(pidfile, SIGKILL);
 }
 
@@ -250,7 +246,7 @@ static void stop_entry(const json_t *entry)
     bool was_recorded = is_link_recorded(params.iface);
     if (strcmp(params.type, "dhcp") == 0)
         stop_dhcp(params.iface);
-    const json_t *tunnels = get_entry_tunnels(entry, "mcfg-stop_wan_morvi", "stop");
+    const json_t *tunnels = get_entry_tunnels(entry, STOP_TAG, "stop");
     if (tunnels != nullptr)
         stop_tunnels(tunnels);
     end_link(params.iface, was_recorded);
@@ -259,7 +255,7 @@ static void stop_entry(const json_t *entry)
 static void stop_entries(const json_t *wan_array, int index)
 {
     size_t size = json_array_size(wan_array);
-    logmessage("mcfg-stop_wan_morvi", "wan_array is array sizeof = %d", static_cast<int>(size));
+    logmessage(STOP_TAG, "wan_array is array sizeof = %d", static_cast<int>(size));
     // The last entry is the WiMAX modem: a stop of all leaves it running.
     positions chosen = choose(index, size, 1);
     for (int i = chosen.first; i <= chosen.last; i++)
@@ -268,13 +264,12 @@ static void stop_entries(const json_t *wan_array, int index)
 
 void stop_wan_morvi(int index)
 {
-    static constexpr char tag[] = "mcfg-stop_wan_morvi";
     if (index == 0) {
         run_tool("killall", "ip-up");
         run_tool("killall", "ip-down");
     }
-    logmessage(tag, "start");
-    const json_t *root = load_config(tag);
+    logmessage(STOP_TAG, "start");
+    const json_t *root = load_config(STOP_TAG);
     if (root == nullptr)
         return;
     const json_t *wan_array = get_wan_array(root);
@@ -282,5 +277,5 @@ void stop_wan_morvi(int index)
         stop_entries(wan_array, index);
     if (index == 0)
         unlink(DHCP_SCRIPT);
-    logmessage(tag, "stop");
+    logmessage(STOP_TAG, "stop");
 }

@@ -32,7 +32,7 @@ struct profile_row {
     bool is_paired = false;
 };
 
-// In the order in which the driver has always been given them.
+// In the order of the profile's lines, by which people compare a router's with that of another.
 inline constexpr profile_row profile_rows[] = {
     {"CountryRegion", profile_form::number},
     {"CountryRegionABand", profile_form::number},

@@ -37,7 +37,7 @@ static void start_client_link()
 
 static void start_extra_bss()
 {
-    for (const extra_bss &row : EXTRA_BSS) {
+    for (const extra_bss &row : extra_bsses) {
         if (!is_set_to("BssidNum", row.bss_count))
             continue;
         bring_up(row.iface);
@@ -57,7 +57,7 @@ static void start_wds_link(int number)
 
 static bool has_wds(const char *mode)
 {
-    for (const char *known : WDS_MODES) {
+    for (const char *known : wds_modes) {
         if (strcmp(known, mode) == 0)
             return true;
     }
@@ -91,7 +91,7 @@ static void switch_radio()
 
 static bool needs_authenticator()
 {
-    for (const char *mode : AUTHENTICATED_MODES) {
+    for (const char *mode : authenticated_modes) {
         if (is_set_to("AuthMode", mode))
             return true;
     }

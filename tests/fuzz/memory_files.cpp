@@ -228,6 +228,15 @@ void memory_files::put(const std::string &path, const std::string &content)
     nodes[static_cast<size_t>(made)].data = content;
 }
 
+void memory_files::spoil(const std::string &path)
+{
+    place where = resolve(path, false);
+    if (where.node > ROOT)
+        nodes[static_cast<size_t>(where.node)].is_there = false;
+    else if (where.directory >= 0 && !where.name.empty())
+        add(kind::directory, where.directory, where.name, 0755);
+}
+
 const std::string *memory_files::read(const std::string &path)
 {
     int found = find(path);

@@ -21,6 +21,9 @@ class memory_files
     // Put a file there, whatever the program may do at that place. Its directory must exist.
     void put(const std::string &path, const std::string &content);
 
+    // Take away what is at path, or make a directory where nothing is.
+    void spoil(const std::string &path);
+
     // Its content, or null when there is no such file.
     const std::string *read(const std::string &path);
 

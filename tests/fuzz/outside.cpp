@@ -246,15 +246,25 @@ int outside_system(const char *line)
 
 pid_t outside_fork()
 {
-    return is_in_child ? 0 : CHILD_PID;
+    if (is_in_child)
+        return 0;
+    if (here.answer() != 255)
+        return CHILD_PID;
+    errno = EAGAIN;
+    return -1;
 }
 
 pid_t outside_waitpid(pid_t pid, int *status, int)
 {
     if (pid != CHILD_PID)
         violated("waiting for a process of somebody else: %d", static_cast<int>(pid));
-    *status = static_cast<int>(here.answer()) << 8 | static_cast<int>(here.answer());
-    return pid;
+    unsigned code = here.answer();
+    unsigned sig = here.answer();
+    *status = static_cast<int>(code << 8 | sig);
+    if (sig != 255)
+        return pid;
+    errno = ECHILD;
+    return -1;
 }
 
 int outside_execvp(const char *file, char *const words[])

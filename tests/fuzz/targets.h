@@ -40,5 +40,6 @@ void test_board(input &parts);
 void test_clock(input &parts);
 void test_names(input &parts);
 void test_quote(input &parts);
+void test_peers(input &parts);
 
 } // namespace fuzz

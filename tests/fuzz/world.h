@@ -42,6 +42,11 @@ struct world {
     unsigned answer();
     void set_variable(const std::string &name, const std::string *value);
     void put_file(const std::string &path, const std::string *content);
+
+    // Places that are not as they should be, a path a line: what is there is gone, and where
+    // nothing is stands a directory. Null for none.
+    void obstruct(const std::string *paths);
+    bool is_obstructed = false;
 };
 
 extern world here;

@@ -40,7 +40,7 @@ void undo(const char *iface, const json_t *record)
 void check_saved(const json_t *entry, bool is_locked, const json_t *before)
 {
     const std::string *text = here.files.read("/var/run/state_link");
-    if (is_locked)
+    if (is_locked || here.is_obstructed)
         return;
     if (text == nullptr)
         violated("no store was written");
@@ -87,6 +87,7 @@ void test_documents(input &parts)
     const std::string value = parts.next_text();
     here.put_file("/var/run/state_link", parts.next());
     here.put_file("/var/lock/state_link.lock", parts.next());
+    here.obstruct(parts.next());
     documents_check documents;
 
     json_t *root = load(document);

@@ -75,6 +75,7 @@ void test_lease(input &parts)
     set_variables(lease_variables, parts);
     put_documents(parts);
     here.answers = parts.next_text();
+    here.obstruct(parts.next());
     documents_check documents;
     std::vector<std::string> words = {"udhcpc"};
     if (event != nullptr)
@@ -88,9 +89,11 @@ void test_lease(input &parts)
 void test_ppp(input &parts)
 {
     bool is_up = parts.next_text() != "down";
+    here.files.make_directory("/tmp/ppp", 0777); // as the start of the WAN has left it
     set_variables(ppp_variables, parts);
     put_documents(parts);
     here.answers = parts.next_text();
+    here.obstruct(parts.next());
     documents_check documents;
     json_t *before = links_of_store();
     std::vector<std::string> words = {is_up ? "ip-up" : "ip-down"};
@@ -130,6 +133,7 @@ void test_wan(input &parts)
     here.put_file("/var/run/udhcpc.vlan2.pid", pid);
     here.put_file("/var/run/ppp-pppoe-wan1.pid", pid);
     here.answers = parts.next_text();
+    here.obstruct(parts.next());
     documents_check documents;
     if (run_program_with(words) != 0)
         violated("a status of %s", words[1].c_str());

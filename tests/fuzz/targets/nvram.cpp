@@ -91,14 +91,28 @@ void set_one(int section, const std::string &path, const std::string &key, const
         expect_same(content_of(path), model.text());
     } else {
         expect_same(content_of(path), before);
-        bool is_full = before.size() + key.size() + value.size() + 3 > SECTION_MAX;
+        bool is_full =
+            here.is_obstructed || before.size() + key.size() + value.size() + 3 > SECTION_MAX;
         if (is_pair && !is_full)
             violated("a setting refused: %d", result);
     }
-    if (before.size() <= SECTION_MAX || result == 0)
+    if (!here.is_obstructed && (before.size() <= SECTION_MAX || result == 0))
         expect_same(nvram_bufget(section, key.c_str()), model.get(key));
-    if (here.files.exists(path + ".new"))
+    if (!here.is_obstructed && here.files.exists(path + ".new"))
         violated("the file beside stays");
+}
+
+// The content behind so many characters of another line, as many as size says: what fills a
+// section, and what is too long for one.
+const std::string *fill(const std::string *content, const std::string &size)
+{
+    static std::string filled;
+    size_t count = strtoul(size.substr(0, 5).c_str(), nullptr, 10);
+    if (count == 0)
+        return content;
+    filled = "fill=" + std::string(std::min<size_t>(count, SECTION_MAX + 8), 'x') + "\n";
+    filled += content != nullptr ? *content : "";
+    return &filled;
 }
 
 } // namespace
@@ -109,11 +123,13 @@ void test_nvram(input &parts)
     const std::string path = "/etc/nvram/" + std::to_string(section);
     const std::string *content = parts.next();
     here.put_file(path, content);
-    nvram_init(section);
     // A C text ends at its NUL.
     const std::string first = parts.next_text().c_str();
     const std::string value = parts.next_text().c_str();
     const std::string second = parts.next_text().c_str();
+    here.put_file(path, fill(content, parts.next_text()));
+    here.obstruct(parts.next());
+    nvram_init(section);
     expect_same(nvram_get(section, first.c_str()), section_model(content_of(path)).get(first));
     set_one(section, path, first, value);
     set_one(section, path, second, value + value);
@@ -169,10 +185,11 @@ void test_wireless(input &parts)
     here.put_file("/etc/nvram/1", parts.next());
     int mode = parts.next_text().empty() ? NVRAM_WIRELESS : NVRAM_DEVICE;
     here.answers = parts.next_text();
+    here.obstruct(parts.next());
     section_model model(content_of("/etc/nvram/1"));
     gen_config("br0", mode);
     const std::string *profile = here.files.read(path);
-    if ((profile != nullptr) != (mode == NVRAM_WIRELESS))
+    if (!here.is_obstructed && (profile != nullptr) != (mode == NVRAM_WIRELESS))
         violated("a profile in mode %d", mode);
     if (profile != nullptr)
         check_profile(*profile, model);

@@ -29,7 +29,7 @@ constexpr const char *own_texts[] = {
 
 std::string all_settings;
 
-bool is_given(const std::string &text)
+bool is_from_settings(const std::string &text)
 {
     for (const char *own : own_texts) {
         if (text == own)
@@ -43,7 +43,7 @@ void check_texts(const json_t *value)
     const char *key;
     json_t *member;
     size_t i;
-    if (json_is_string(value) && !is_given(json_string_value(value)))
+    if (json_is_string(value) && !is_from_settings(json_string_value(value)))
         violated("a text that is in no settings file: %s", json_string_value(value));
     json_object_foreach(const_cast<json_t *>(value), key, member) check_texts(member);
     json_array_foreach(value, i, member) check_texts(member);
