@@ -46,7 +46,7 @@ constexpr parameter parameters[] = {
 
 const char *parameter_key(size_t index)
 {
-    return index < sizeof(PARAMETERS) / sizeof(PARAMETERS[0]) ? PARAMETERS[index].key : nullptr;
+    return index < sizeof(parameters) / sizeof(parameters[0]) ? parameters[index].key : nullptr;
 }
 
 constexpr char USAGE[] = "mmac: tool for getting ifaces MAC's\n"

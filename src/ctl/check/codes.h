@@ -58,7 +58,6 @@ enum class code : unsigned char {
     name_cut,
     name_reserved,
     duplicate_name,
-    peer_quoting,
     peer_interface,
     peer_dash,
     peer_no_metric,
@@ -162,7 +161,7 @@ struct code_row {
     const char *example; // a line that raises it, remarks in parentheses; escapes as in C
 };
 
-constexpr size_t CODES = 125;
+constexpr size_t CODES = 124;
 extern const code_row code_rows[CODES];
 
 const code_row &row_of(code id);

@@ -365,7 +365,7 @@ static bool needs_authenticator(const nvram_section &section)
 {
     char value[NVRAM_VALUE_MAX];
     get_value(section, AUTH_KEY, value);
-    if (is_one_of(value, AUTHENTICATED_MODES))
+    if (is_one_of(value, authenticated_modes))
         return true;
     get_value(section, IEEE8021X_KEY, value);
     return strcmp(value, "1") == 0;
@@ -406,7 +406,7 @@ static bool is_wds_on(const nvram_section &section)
 {
     char mode[NVRAM_VALUE_MAX];
     get_value(section, WDS_MODE_KEY, mode);
-    return is_one_of(mode, WDS_MODES);
+    return is_one_of(mode, wds_modes);
 }
 
 static void judge_wds_mode(const nvram_section &section, const nvram_line &line)

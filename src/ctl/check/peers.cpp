@@ -95,15 +95,11 @@ static bool judge_text(const peer_line &line, const char *key, char *word)
     return false;
 }
 
-static bool is_name(const char *text)
+// A file name, and what is left of it when the link's name is cut at a hyphen. What begins with a
+// dot may be a directory.
+static bool is_name(const char *text, bool is_l2tp)
 {
-    if (!isalnum(static_cast<unsigned char>(text[0])) && text[0] != '_')
-        return false;
-    for (; *text != '\0'; text++) {
-        if (!isalnum(static_cast<unsigned char>(*text)) && strchr("._-", *text) == nullptr)
-            return false;
-    }
-    return true;
+    return text[0] != '-' && text[0] != '.' && strpbrk(text, is_l2tp ? "/;" : "/") == nullptr;
 }
 
 static void judge_unique(const peer_line &line, const char *name)
@@ -121,7 +117,7 @@ static void judge_name(const peer_line &line)
     char *name = line.words.word[PEER_NAME];
     if (!judge_text(line, "name", name))
         return;
-    if (!is_name(name)) {
+    if (!is_name(name, strcmp(line.type->type, "l2tp") == 0)) {
         tell(line, "name", code::peer_name, name);
         return;
     }
@@ -153,15 +149,12 @@ static void judge_server(const peer_line &line, const char *server)
 // A text of its own kind, once it is as the router keeps it.
 static void judge_meaning(const peer_line &line, const char *key, const char *word)
 {
-    bool is_quoted = strcmp(key, "ac") == 0 || strcmp(key, "service") == 0;
+    bool is_asked_for = strcmp(key, "ac") == 0 || strcmp(key, "service") == 0;
     if (strcmp(key, "server") == 0)
         judge_server(line, word);
-    else if (strcmp(key, "iface") == 0) {
-        if (strcmp(word, known_interfaces[WIRED_WAN].iface) != 0)
-            tell(line, key, code::peer_interface, word);
-    } else if (strpbrk(word, is_quoted ? "\"\\" : "\"'\\#") != nullptr)
-        tell(line, key, code::peer_quoting);
-    else if (is_quoted && strcmp(word, "-") == 0)
+    else if (strcmp(key, "iface") == 0 && strcmp(word, known_interfaces[WIRED_WAN].iface) != 0)
+        tell(line, key, code::peer_interface, word);
+    else if (is_asked_for && strcmp(word, "-") == 0)
         tell(line, key, code::peer_dash);
 }
 
