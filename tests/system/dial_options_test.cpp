@@ -322,14 +322,28 @@ struct device_row {
     const char *device; // null when pppd knows none of that name, and says so
 };
 
+// clang-format off
 const device_row device_rows[] = {
-    {"vlan2", "vlan2"},       {"vlan2\n", "vlan2"},   {"vlan2:1", "vlan2"},
-    {"connect", "connect"},   {"pty", "pty"},         {"ipv6", "ipv6"},
-    {"115200", "115200"},     {"null", "null"},       {"a\"b\\c#d'e", "a\"b\\c#d'e"},
-    {"\xc3\xa4", "\xc3\xa4"}, {"debug", nullptr},     {"zero", nullptr},
-    {"/tmp/x", nullptr},      {"/dev/null", nullptr}, {"9600", nullptr},
-    {"10.0.0.1:", nullptr},   {"a\tpty\tx", nullptr}, {"eth2", nullptr},
+    {"vlan2", "vlan2"},
+    {"vlan2\n", "vlan2"},
+    {"vlan2:1", "vlan2"},
+    {"connect", "connect"},
+    {"pty", "pty"},
+    {"ipv6", "ipv6"},
+    {"115200", "115200"},
+    {"null", "null"},
+    {"a\"b\\c#d'e", "a\"b\\c#d'e"},
+    {"\xc3\xa4", "\xc3\xa4"},
+    {"debug", nullptr},
+    {"zero", nullptr},
+    {"/tmp/x", nullptr},
+    {"/dev/null", nullptr},
+    {"9600", nullptr},
+    {"10.0.0.1:", nullptr},
+    {"a\tpty\tx", nullptr},
+    {"eth2", nullptr},
 };
+// clang-format on
 
 TEST_F(dial_options, device_line_is_a_device)
 {
