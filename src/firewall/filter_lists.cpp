@@ -20,12 +20,14 @@ constexpr option_field user_rule_options[] = {
 
 static bool write_user_rule(const list_entry &entry, rule_output *out)
 {
-    char options[RULE_TEXT_MAX] = "";
-    append_options(options, user_rule_options, entry);
     bool is_drop = strcmp(entry.field[RULE_ACTION], DROP_ACTION) == 0;
-    const char *target = is_drop ? out->drop_target : out->accept_target;
-    fprintf(out->file, "-A FORWARD %s -j %s\n", options, target);
-    fprintf(out->file, "-A INPUT %s -j %s\n", options, target);
+    rule_text rule;
+    add(&rule, " ");
+    add_options(&rule, user_rule_options, entry);
+    add(&rule, " -j ", is_drop ? out->drop_target : out->accept_target, "\n");
+    const char *const lines[] = {"-A FORWARD", rule.text, "-A INPUT", rule.text};
+    for (const char *text : lines)
+        fputs(text, out->file);
     return true;
 }
 
@@ -122,19 +124,19 @@ static bool write_access_rule(const list_entry &entry, rule_output *out)
     const char *iface = entry.field[ACCESS_INTERFACE];
     const char *source = entry.field[ACCESS_SOURCE];
     const char *netmask = entry.field[ACCESS_NETMASK];
-    char rule[RULE_TEXT_MAX] = "-A H_ACCESS";
-    if (strcmp(iface, ANY_INTERFACE) != 0) {
-        text_append(rule, " -i ");
-        text_append(rule, iface);
-    }
+    rule_text rule;
+    add(&rule, "-A H_ACCESS");
+    if (strcmp(iface, ANY_INTERFACE) != 0)
+        add(&rule, " -i ", iface);
     if (strcmp(source, ANY_SOURCE) != 0 && strcmp(netmask, ANY_SOURCE) != 0) {
         char piece[RULE_PIECE_MAX];
         text_format(piece, sizeof(piece), " -s %s/%s", source, netmask);
-        text_append(rule, piece);
+        add(&rule, piece);
     }
     if (strcmp(entry.field[ACCESS_SERVICE], HTTP_SERVICE) == 0)
-        text_append(rule, " -p tcp --dport 80");
-    fprintf(out->file, "%s -j %s\n", rule, entry.field[ACCESS_TARGET]);
+        add(&rule, " -p tcp --dport 80");
+    add(&rule, " -j ", entry.field[ACCESS_TARGET], "\n");
+    fputs(rule.text, out->file);
     return true;
 }
 

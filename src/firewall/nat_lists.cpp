@@ -13,9 +13,11 @@
 static bool write_vserver_rule(const list_entry &entry, rule_output *out)
 {
     const auto &field = entry.field;
-    fprintf(out->file, "-A VSERVER -p %s -m %s --dport %s -j DNAT --to %s:%s\n",
-            field[VSERVER_PROTOCOL], field[VSERVER_PROTOCOL], field[VSERVER_PUBLIC_PORT],
-            field[VSERVER_ADDRESS], field[VSERVER_PORT]);
+    rule_text rule;
+    add(&rule, "-A VSERVER -p ", field[VSERVER_PROTOCOL], " -m ", field[VSERVER_PROTOCOL]);
+    add(&rule, " --dport ", field[VSERVER_PUBLIC_PORT]);
+    add(&rule, " -j DNAT --to ", field[VSERVER_ADDRESS], ":", field[VSERVER_PORT], "\n");
+    fputs(rule.text, out->file);
     return true;
 }
 
@@ -41,9 +43,11 @@ constexpr option_field masquerading_options[] = {
 
 static bool write_masquerading_rule(const list_entry &entry, rule_output *out)
 {
-    char options[RULE_TEXT_MAX] = "";
-    append_options(options, masquerading_options, entry);
-    fprintf(out->file, "-A POSTROUTING %s -j MASQUERADE\n", options);
+    rule_text rule;
+    add(&rule, "-A POSTROUTING ");
+    add_options(&rule, masquerading_options, entry);
+    add(&rule, " -j MASQUERADE\n");
+    fputs(rule.text, out->file);
     return true;
 }
 

@@ -13,17 +13,41 @@ bool open_list(list_reader *reader, const list_format &format)
     return reader->file != nullptr;
 }
 
-static void split(list_entry *entry, const list_format &format, char *line)
+static void log_field(const char *tag, size_t index, const char (&field)[LIST_FIELD_MAX])
 {
-    char *rest = nullptr;
-    char *text = strtok_r(line, " ", &rest);
-    for (size_t i = 0; i < format.fields && text != nullptr; i++) {
-        if (format.end == field_end::trimmed)
-            trim_r(text);
-        text_set(entry->field[i], text);
+    constexpr size_t DIGIT = sizeof("data[") - 1;
+    constexpr size_t START = sizeof("data[0] = ") - 1;
+    static_assert(LIST_FIELDS_MAX <= 10, "one digit");
+    char line[START + LIST_FIELD_MAX] = "data[0] = ";
+    line[DIGIT] = static_cast<char>('0' + index);
+    memcpy(line + START, field, LIST_FIELD_MAX);
+    log_text(tag, line);
+}
+
+static void set_field(char (&field)[LIST_FIELD_MAX], const char *text, size_t length)
+{
+    if (length > LIST_FIELD_MAX - 1)
+        length = LIST_FIELD_MAX - 1;
+    memcpy(field, text, length);
+    field[length] = '\0';
+}
+
+static void split(list_entry *entry, const list_format &format, const char *line)
+{
+    const char *separators = " ";
+    for (size_t i = 0; i < format.fields; i++) {
+        line += strspn(line, separators);
+        size_t length = strcspn(line, separators);
+        if (length == 0)
+            return;
+        const char *text = line;
+        line += length;
+        while (format.end == field_end::trimmed && length > 0 && is_trimmed(text[length - 1]))
+            length--;
+        set_field(entry->field[i], text, length);
         if (format.field_tag != nullptr)
-            logmessage(format.field_tag, "data[%d] = %s", static_cast<int>(i), entry->field[i]);
-        text = strtok_r(nullptr, format.separators, &rest);
+            log_field(format.field_tag, i, entry->field[i]);
+        separators = format.separators;
     }
 }
 

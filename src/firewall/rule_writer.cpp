@@ -2,7 +2,6 @@
 
 #include "firewall/list_formats.h"
 #include "util/log.h"
-#include "util/text.h"
 
 #include <string.h>
 
@@ -26,20 +25,26 @@ int write_rules(const rule_source &source, rule_output out)
     return 0;
 }
 
-static void append_option(char (&text)[RULE_TEXT_MAX], const option_field &row, const char *value)
+void add(rule_text *rule, const char *piece)
 {
-    bool is_range = row.range_option != nullptr && strchr(value, '-') != nullptr;
-    const char *pieces[] = {" ", is_range ? row.range_option : row.option, " ", value};
-    for (const char *piece : pieces)
-        text_append(text, piece);
+    size_t length = strlen(piece);
+    size_t room = sizeof(rule->text) - 1 - rule->length;
+    if (length > room)
+        length = room;
+    memcpy(rule->text + rule->length, piece, length);
+    rule->length += length;
+    rule->text[rule->length] = '\0';
 }
 
-void append_options(char (&text)[RULE_TEXT_MAX], const option_field *options, size_t count,
-                    const list_entry &entry)
+void add_options(rule_text *rule, const option_field *options, size_t count,
+                 const list_entry &entry)
 {
     for (size_t i = 0; i < count; i++) {
-        const char *value = entry.field[options[i].field];
-        if (strcmp(value, NOT_GIVEN) != 0)
-            append_option(text, options[i], value);
+        const option_field &row = options[i];
+        const char *value = entry.field[row.field];
+        if (strcmp(value, NOT_GIVEN) == 0)
+            continue;
+        bool is_range = row.range_option != nullptr && strchr(value, '-') != nullptr;
+        add(rule, " ", is_range ? row.range_option : row.option, " ", value);
     }
 }

@@ -8,7 +8,23 @@
 #include <stddef.h>
 #include <stdio.h>
 
-constexpr size_t RULE_TEXT_MAX = 256;
+// Room for the longest rule: nine fields and what stands between them.
+constexpr size_t RULE_TEXT_MAX = 512;
+
+// A rule while it is put together.
+struct rule_text {
+    size_t length = 0;
+    char text[RULE_TEXT_MAX]; // terminated once something has been added
+};
+
+// Add a piece at the end. What passes the room is cut.
+void add(rule_text *rule, const char *piece);
+
+template <typename... Piece> void add(rule_text *rule, const char *piece, const Piece *...more)
+{
+    add(rule, piece);
+    add(rule, more...);
+}
 
 // What stands for the closing target of MACS until an entry has given it; iptables knows no such
 // chain.
@@ -43,13 +59,12 @@ struct option_field {
     const char *range_option; // for a text with a hyphen in it; null when ranges are no different
 };
 
-// Append the options that the entry gives, in the order of the table.
-void append_options(char (&text)[RULE_TEXT_MAX], const option_field *options, size_t count,
-                    const list_entry &entry);
+// Add the options that the entry gives, in the order of the table.
+void add_options(rule_text *rule, const option_field *options, size_t count,
+                 const list_entry &entry);
 
 template <size_t N>
-void append_options(char (&text)[RULE_TEXT_MAX], const option_field (&options)[N],
-                    const list_entry &entry)
+void add_options(rule_text *rule, const option_field (&options)[N], const list_entry &entry)
 {
-    append_options(text, options, N, entry);
+    add_options(rule, options, N, entry);
 }

@@ -7,6 +7,14 @@
 #include <stdio.h>
 #include <syslog.h>
 
+void log_text(const char *ident, const char *text)
+{
+    // Facility 0 and priority 0: on this router every line is to reach the console at once.
+    openlog(ident, 0, 0);
+    syslog(0, "%s", text);
+    closelog();
+}
+
 void logmessage(const char *ident, const char *format, ...)
 {
     char text[512];
@@ -15,9 +23,5 @@ void logmessage(const char *ident, const char *format, ...)
     va_start(args, format);
     vsnprintf(text, sizeof(text), format, args);
     va_end(args);
-
-    // Facility 0 and priority 0: on this router every line is to reach the console at once.
-    openlog(ident, 0, 0);
-    syslog(0, "%s", text);
-    closelog();
+    log_text(ident, text);
 }
