@@ -26,12 +26,16 @@ endif()
 # independence it would be twice the size, and would gain nothing: the board's kernel places no program at
 # random. So that is the one part of cmake/hardening.cmake that it does without; and of the stack, it guards
 # the functions that have text or addresses in it (arrays of four bytes and more), which is what a stranger
-# could overrun. Instructions are left in the order they come in, which packs better and costs next to nothing
+# could overrun. Instructions are left in the order they come in, and values where they are, which packs
+# better and costs next to nothing
 # on this processor.
 # tests/budget.cmake holds what all this comes to.
-set(MCFG_BOARD_COMPILE -fno-pic -mno-shared -mplt -mips16 -flto -fno-schedule-insns2 -fstack-protector
-                       --param=ssp-buffer-size=4)
-set(MCFG_BOARD_LINK -no-pie -flto -Wl,-z,max-page-size=4096 -Wl,--build-id=none)
+set(MCFG_BOARD_COMPILE -fno-pic -mno-shared -mplt -mips16 -flto -fno-schedule-insns2 -fno-caller-saves
+                       -fstack-protector --param=ssp-buffer-size=4)
+set(MCFG_BOARD_LINK -no-pie -flto)
+set(MCFG_BOARD_LAYOUT ${CMAKE_CURRENT_LIST_DIR}/mipsel.ld)
+set(MCFG_BOARD_PROGRAM_LINK -Wl,-z,max-page-size=4096 -Wl,--build-id=none
+                            -Wl,-T,${MCFG_BOARD_LAYOUT} -Wl,--orphan-handling=error)
 # Archives of such objects need the compiler's help.
 set(CMAKE_AR mipsel-linux-gnu-gcc-ar)
 set(CMAKE_RANLIB mipsel-linux-gnu-gcc-ranlib)

@@ -59,6 +59,14 @@ if(NOT DEBUG AND NOT symbols MATCHES " __[a-z]+_chk@")
   message(SEND_ERROR "${PROGRAM} lacks the C library's checks")
 endif()
 
+# What becomes read-only has to end where a page does, or its last page stays writable.
+if(headers MATCHES "GNU_RELRO +0x[0-9a-f]+ (0x[0-9a-f]+) 0x[0-9a-f]+ 0x[0-9a-f]+ (0x[0-9a-f]+)")
+  math(EXPR past_page "(${CMAKE_MATCH_1} + ${CMAKE_MATCH_2}) % 4096")
+  if(past_page)
+    message(SEND_ERROR "${PROGRAM} leaves ${past_page} bytes writable that should not be")
+  endif()
+endif()
+
 if(FOR_ROUTER)
   include(${CMAKE_CURRENT_LIST_DIR}/../budget.cmake)
   get_filename_component(name ${PROGRAM} NAME)
