@@ -147,52 +147,50 @@ std::string memory_files::full_path(int index) const
     return path;
 }
 
+bool memory_files::is_directory(int index) const
+{
+    return nodes[static_cast<size_t>(index)].what == kind::directory;
+}
+
+// One step on the way from here. Returns 0, or the error that ends the way.
+int memory_files::step(place *here, const std::string &name) const
+{
+    if (here->node < 0)
+        return ENOENT;
+    if (!is_directory(here->node))
+        return ENOTDIR;
+    if (name.size() > NAME_MAX)
+        return ENAMETOOLONG;
+    if (name == "..")
+        here->node = nodes[static_cast<size_t>(here->node)].parent;
+    else if (name != ".")
+        *here = {child(here->node, name), here->node, name};
+    return 0;
+}
+
 memory_files::place memory_files::resolve(const std::string &path, bool follow, int depth)
 {
     const place nowhere = {-1, -1, ""};
-    if (path.empty() || path.size() >= PATH_MAX || depth > LINKS_MAX) {
-        errno = path.empty() ? ENOENT : depth > LINKS_MAX ? ELOOP : ENAMETOOLONG;
-        return nowhere;
-    }
     place here = {ROOT, ROOT, ""};
-    for (size_t start = 0; start < path.size();) {
-        if (path[start] == '/') {
-            start++;
-            continue;
-        }
+    int error = path.empty() ? ENOENT : path.size() >= PATH_MAX ? ENAMETOOLONG : 0;
+    if (depth > LINKS_MAX)
+        error = ELOOP;
+    size_t start = path.find_first_not_of('/');
+    while (error == 0 && start != std::string::npos) {
         size_t end = std::min(path.find('/', start), path.size());
-        const std::string name = path.substr(start, end - start);
-        bool is_last = path.find_first_not_of('/', end) == std::string::npos;
-        start = end;
-        if (here.node < 0 || nodes[static_cast<size_t>(here.node)].what != kind::directory) {
-            errno = here.node < 0 ? ENOENT : ENOTDIR;
-            return nowhere;
-        }
-        if (name.size() > NAME_MAX) {
-            errno = ENAMETOOLONG;
-            return nowhere;
-        }
-        if (name == ".")
+        error = step(&here, path.substr(start, end - start));
+        start = path.find_first_not_of('/', end);
+        bool is_last = start == std::string::npos;
+        if (error != 0 || here.node < 0)
             continue;
-        if (name == "..") {
-            here.node = nodes[static_cast<size_t>(here.node)].parent;
-            continue;
-        }
-        here = {child(here.node, name), here.node, name};
-        if (here.node < 0) {
-            errno = ENOENT;
-            continue;
-        }
         const node &found = nodes[static_cast<size_t>(here.node)];
         if (found.what == kind::link && (follow || !is_last))
-            here = resolve(found.data + path.substr(end), follow, depth + 1), start = path.size();
+            return resolve(found.data + path.substr(end), follow, depth + 1);
     }
-    if (here.node >= 0 && path.back() == '/' &&
-        nodes[static_cast<size_t>(here.node)].what != kind::directory) {
-        errno = ENOTDIR;
-        return nowhere;
-    }
-    return here;
+    if (error == 0 && here.node >= 0 && path.back() == '/' && !is_directory(here.node))
+        error = ENOTDIR;
+    errno = error != 0 ? error : ENOENT;
+    return error != 0 ? nowhere : here;
 }
 
 void memory_files::check_change(int directory, const std::string &name) const

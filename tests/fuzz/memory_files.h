@@ -73,6 +73,8 @@ class memory_files
 
     int child(int directory, const std::string &name) const;
     int add(kind what, int parent, const std::string &name, mode_t mode);
+    bool is_directory(int node) const;
+    int step(place *here, const std::string &name) const;
     place resolve(const std::string &path, bool follow, int depth = 0);
     int find(const std::string &path) { return resolve(path, true).node; }
     std::string full_path(int node) const;
