@@ -113,6 +113,7 @@ int memory_files::add(kind what, int parent, const std::string &name, mode_t mod
 
 void memory_files::reset()
 {
+    change_count = 0;
     if (standing == 0) {
         add(kind::directory, ROOT, "", 0755);
         for (const char *path : directories)
@@ -193,8 +194,9 @@ memory_files::place memory_files::resolve(const std::string &path, bool follow, 
     return error != 0 ? nowhere : here;
 }
 
-void memory_files::check_change(int directory, const std::string &name) const
+void memory_files::check_change(int directory, const std::string &name)
 {
+    change_count++;
     const std::string path = full_path(directory) + "/" + name;
     for (const char *pattern : own_places) {
         if (matches(pattern, path.c_str()))
@@ -224,6 +226,15 @@ void memory_files::put(const std::string &path, const std::string &content)
         violated("no place for the file %s", path.c_str());
     int made = where.node >= 0 ? where.node : add(kind::file, where.directory, where.name, 0644);
     nodes[static_cast<size_t>(made)].data = content;
+}
+
+void memory_files::put_link(const std::string &path, const std::string &target)
+{
+    place where = resolve(path, false);
+    if (where.directory < 0)
+        return;
+    int made = add(kind::link, where.directory, where.name, 0777);
+    nodes[static_cast<size_t>(made)].data = target.c_str();
 }
 
 void memory_files::spoil(const std::string &path)
@@ -403,17 +414,39 @@ int memory_files::make_device(const char *path, mode_t mode)
     return create(path, kind::device, mode, "");
 }
 
-int memory_files::get_mode(const char *path, mode_t *mode)
+int memory_files::get_mode(const char *path, bool follow, mode_t *mode)
 {
-    int found = find(path);
+    int found = resolve(path, follow).node;
     if (found < 0)
         return -1;
     const node &asked = nodes[static_cast<size_t>(found)];
-    mode_t type = asked.what == kind::directory ? S_IFDIR
-                  : asked.what == kind::device  ? S_IFBLK
-                                                : S_IFREG;
+    mode_t type = S_IFREG;
+    switch (asked.what) {
+    case kind::file:
+        break;
+    case kind::directory:
+        type = S_IFDIR;
+        break;
+    case kind::link:
+        type = S_IFLNK;
+        break;
+    case kind::device:
+        type = S_IFBLK;
+        break;
+    }
     *mode = asked.mode | type;
     return 0;
+}
+
+ssize_t memory_files::read_link(const char *path, char *buffer, size_t size)
+{
+    int found = resolve(path, false).node;
+    if (found < 0)
+        return -1;
+    const node &asked = nodes[static_cast<size_t>(found)];
+    if (asked.what != kind::link)
+        return fail_with(EINVAL);
+    return static_cast<ssize_t>(asked.data.copy(buffer, size));
 }
 
 int memory_files::set_mode(int fd, mode_t mode)

@@ -21,6 +21,9 @@ class memory_files
     // Put a file there, whatever the program may do at that place. Its directory must exist.
     void put(const std::string &path, const std::string &content);
 
+    // Put a symbolic link to target there. Nothing may be in its place.
+    void put_link(const std::string &path, const std::string &target);
+
     // Take away what is at path, or make a directory where nothing is.
     void spoil(const std::string &path);
 
@@ -42,9 +45,13 @@ class memory_files
     int remove_directory(const char *path);
     int make_link(const char *target, const char *path);
     int make_device(const char *path, mode_t mode);
-    int get_mode(const char *path, mode_t *mode);
+    int get_mode(const char *path, bool follow, mode_t *mode);
+    ssize_t read_link(const char *path, char *buffer, size_t size);
     int set_mode(int fd, mode_t mode);
     int test(const char *path);
+
+    // How often something was created, changed or removed.
+    int changes() const { return change_count; }
 
     // The path of an open file.
     std::string path_of(int fd) const;
@@ -78,7 +85,7 @@ class memory_files
     place resolve(const std::string &path, bool follow, int depth = 0);
     int find(const std::string &path) { return resolve(path, true).node; }
     std::string full_path(int node) const;
-    void check_change(int directory, const std::string &name) const;
+    void check_change(int directory, const std::string &name);
     int create(const char *path, kind what, mode_t mode, const char *data);
     int remove(const char *path, kind unwanted, int error, bool is_directory);
     bool is_empty(int directory) const;
@@ -86,6 +93,7 @@ class memory_files
 
     std::vector<node> nodes;
     size_t used = 0;
+    int change_count = 0;
     size_t standing = 0; // the nodes of a booted router come first
     std::vector<descriptor> descriptors;
 };

@@ -500,15 +500,25 @@ static int fill(mode_t mode, struct stat *status)
     return 0;
 }
 
-int outside_stat(const char *path, struct stat *status)
+static int get_status(const char *path, bool follow, struct stat *status)
 {
     mode_t mode = 0;
-    return here.files.get_mode(path, &mode) == 0 ? fill(mode, status) : -1;
+    return here.files.get_mode(path, follow, &mode) == 0 ? fill(mode, status) : -1;
+}
+
+int outside_stat(const char *path, struct stat *status)
+{
+    return get_status(path, true, status);
 }
 
 int outside_lstat(const char *path, struct stat *status)
 {
-    return outside_stat(path, status);
+    return get_status(path, false, status);
+}
+
+ssize_t outside_readlink(const char *path, char *buffer, size_t size)
+{
+    return here.files.read_link(path, buffer, size);
 }
 
 int outside_fstat(int fd, struct stat *status)

@@ -41,5 +41,6 @@ void test_clock(input &parts);
 void test_names(input &parts);
 void test_quote(input &parts);
 void test_peers(input &parts);
+void test_check(input &parts);
 
 } // namespace fuzz

@@ -245,7 +245,7 @@ void test_peers(input &parts)
     }
     check_peer_file(*file, params);
     mode_t mode = 0;
-    if (here.files.get_mode(path.c_str(), &mode) != 0 || (mode & 077) != 0)
+    if (here.files.get_mode(path.c_str(), true, &mode) != 0 || (mode & 077) != 0)
         violated("a password for everybody");
     const std::string *xl2tpd = here.files.read("/etc/xl2tpd.conf");
     if (xl2tpd != nullptr)
