@@ -4,6 +4,7 @@
 #include "fuzz/property.h"
 #include "fuzz/world.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
 #include <csignal>
@@ -422,6 +423,15 @@ int outside_puts(const char *text)
 int outside_putchar(int c)
 {
     return fputc(c, outside_stdout);
+}
+
+// Room for the largest file that there can be costs more time than all the rest of a run. No file
+// here is that large, so that less does, and what is written beyond a file's end is noticed all the
+// same.
+void *outside_malloc(size_t size)
+{
+    constexpr size_t LARGEST = 96 * 1024;
+    return malloc(std::min(size, LARGEST));
 }
 
 // Files
