@@ -1,26 +1,21 @@
 #include "hotplug/block.h"
 
-#include "support/expect.h"
-#include "support/private_world.h"
-
-#include <gtest/gtest.h>
+#include "support/unit_test.h"
 
 #include <stdlib.h>
-
-using support::private_world;
 
 namespace
 {
 
-class HotplugBlock : public testing::Test
+class block_handler : public support::unit_test
 {
   protected:
-    HotplugBlock()
+    void SetUp() override
     {
-        world.clear();
+        unit_test::SetUp();
         world.mkdir("/media");
     }
-    ~HotplugBlock() override
+    void TearDown() override
     {
         for (const char *name : {"ACTION", "MINOR", "PHYSDEVDRIVER", "MAJOR"})
             unsetenv(name);
@@ -35,8 +30,6 @@ class HotplugBlock : public testing::Test
         setenv("MINOR", minor, 1);
         return hotplug_block();
     }
-
-    private_world &world = private_world::here();
 };
 
 struct partition_row {
@@ -68,7 +61,7 @@ const partition_row partition_rows[] = {
     {"sd'$(reboot)'", "1", "sd'$(reboot)'a1", "'/media/sd'\\\\''$(reboot)'\\\\''a1'"},
 };
 
-TEST_F(HotplugBlock, NamesPartitionsAfterDriverDiskAndNumber)
+TEST_F(block_handler, names_partitions_after_driver_disk_and_number)
 {
     for (const partition_row &row : partition_rows) {
         SCOPED_TRACE(std::string(row.driver) + " " + row.minor);
@@ -81,7 +74,7 @@ TEST_F(HotplugBlock, NamesPartitionsAfterDriverDiskAndNumber)
     }
 }
 
-TEST_F(HotplugBlock, TakesTheFirstFourDisksOnly)
+TEST_F(block_handler, takes_the_first_four_disks_only)
 {
     // clang-format off
     struct {
@@ -116,7 +109,7 @@ TEST_F(HotplugBlock, TakesTheFirstFourDisksOnly)
 }
 
 // The disk is for every program of the router; the umask may take from it, the handler does not.
-TEST_F(HotplugBlock, MountPointIsOpenToAll)
+TEST_F(block_handler, mount_point_is_open_to_all)
 {
     world.on("exit 0 mount");
     mode_t before = umask(0);
@@ -126,7 +119,7 @@ TEST_F(HotplugBlock, MountPointIsOpenToAll)
 }
 
 // Interrupted twice while it waits for another handler: that one's file is not touched.
-TEST_F(HotplugBlock, WithoutTheLockNothingIsDone)
+TEST_F(block_handler, without_the_lock_nothing_is_done)
 {
     world.on("fail EINTR lock");
     EXPECT_EQ(handle("add", "sd", "8", "1"), -1);
@@ -140,7 +133,7 @@ TEST_F(HotplugBlock, WithoutTheLockNothingIsDone)
 }
 
 // The name is cut to what the kernel can call a disk; nothing is overrun.
-TEST_F(HotplugBlock, DriverNameThatIsTooLongIsCut)
+TEST_F(block_handler, driver_name_that_is_too_long_is_cut)
 {
     std::string driver = "sd" + std::string(4000, 'x');
     EXPECT_EQ(handle("remove", driver, "8", "1"), 0);

@@ -1,54 +1,47 @@
 #include "hotplug/hotplug_lock.h"
 
 #include "hotplug/lock_holder.h"
-#include "support/expect.h"
-#include "support/private_world.h"
-
-#include <gtest/gtest.h>
+#include "support/unit_test.h"
 
 #include <signal.h>
 #include <sys/time.h>
 
 using support::lock_holder;
-using support::private_world;
 
 namespace
 {
 
 const std::string LOCK_FILE = "/tmp/hotplug_lock";
 
-class HotplugLock : public testing::Test
+class hotplug_lock : public support::unit_test
 {
   protected:
-    HotplugLock() { world.clear(); }
-
-    private_world &world = private_world::here();
 };
 
-TEST_F(HotplugLock, FileIsMadeForEveryone)
+TEST_F(hotplug_lock, file_is_made_for_everyone)
 {
     mode_t umask_before = umask(0);
     int fd = open_hotplug_lock();
     umask(umask_before);
     ASSERT_GE(fd, 0);
-    EXPECT_EQ(world.mode(LOCK_FILE), 0666u);
+    EXPECT_EQ(world.mode(LOCK_FILE), 0666U);
     EXPECT_EQ(world.read(LOCK_FILE), "");
     EXPECT_EQ(fcntl(fd, F_GETFL) & O_ACCMODE, O_RDWR);
     EXPECT_TRACE("", world.trace());
     close(fd);
 }
 
-TEST_F(HotplugLock, FileThatIsThereIsLeftAsItIs)
+TEST_F(hotplug_lock, file_that_is_there_is_left_as_it_is)
 {
     world.write(LOCK_FILE, "left by a script", 0600);
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
     EXPECT_EQ(world.read(LOCK_FILE), "left by a script");
-    EXPECT_EQ(world.mode(LOCK_FILE), 0600u);
+    EXPECT_EQ(world.mode(LOCK_FILE), 0600U);
     close(fd);
 }
 
-TEST_F(HotplugLock, FileThatCannotBeOpenedIsLogged)
+TEST_F(hotplug_lock, file_that_cannot_be_opened_is_logged)
 {
     world.mkdir(LOCK_FILE);
     EXPECT_EQ(open_hotplug_lock(), -1);
@@ -58,7 +51,7 @@ TEST_F(HotplugLock, FileThatCannotBeOpenedIsLogged)
                  world.trace());
 }
 
-TEST_F(HotplugLock, IsHeldWhileAnotherProcessHoldsAnyLock)
+TEST_F(hotplug_lock, is_held_while_another_process_holds_any_lock)
 {
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
@@ -73,7 +66,7 @@ TEST_F(HotplugLock, IsHeldWhileAnotherProcessHoldsAnyLock)
     close(fd);
 }
 
-TEST_F(HotplugLock, OwnLockIsNotHeldByAnother)
+TEST_F(hotplug_lock, own_lock_is_not_held_by_another)
 {
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
@@ -82,13 +75,13 @@ TEST_F(HotplugLock, OwnLockIsNotHeldByAnother)
     close(fd);
 }
 
-TEST_F(HotplugLock, QueryThatTheKernelRefusesCountsAsNotHeld)
+TEST_F(hotplug_lock, query_that_the_kernel_refuses_counts_as_not_held)
 {
     EXPECT_FALSE(is_hotplug_lock_held(-1));
     EXPECT_TRACE("", world.trace());
 }
 
-TEST_F(HotplugLock, CoversTheWholeFileHoweverLongItIs)
+TEST_F(hotplug_lock, covers_the_whole_file_however_long_it_is)
 {
     world.write(LOCK_FILE, std::string(100000, 'x'));
     int fd = open_hotplug_lock();
@@ -160,7 +153,7 @@ class interruptions
     struct sigaction before = {};
 };
 
-TEST_F(HotplugLock, IsWaitedForOnceMoreAfterAFailure)
+TEST_F(hotplug_lock, is_waited_for_once_more_after_a_failure)
 {
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
@@ -175,7 +168,7 @@ TEST_F(HotplugLock, IsWaitedForOnceMoreAfterAFailure)
 }
 
 // The lock is free by then: a third request would get it.
-TEST_F(HotplugLock, FailsAfterTwoTries)
+TEST_F(hotplug_lock, fails_after_two_tries)
 {
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
@@ -191,7 +184,7 @@ TEST_F(HotplugLock, FailsAfterTwoTries)
     close(fd);
 }
 
-TEST_F(HotplugLock, FailsOnABadDescriptor)
+TEST_F(hotplug_lock, fails_on_a_bad_descriptor)
 {
     EXPECT_EQ(take_hotplug_lock(-1), -1);
     EXPECT_TRACE(R"(
@@ -200,7 +193,7 @@ TEST_F(HotplugLock, FailsOnABadDescriptor)
                  world.trace());
 }
 
-TEST_F(HotplugLock, ReleaseLeavesTheFileOpenAndInPlace)
+TEST_F(hotplug_lock, release_leaves_the_file_open_and_in_place)
 {
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
@@ -217,7 +210,7 @@ TEST_F(HotplugLock, ReleaseLeavesTheFileOpenAndInPlace)
     close(fd);
 }
 
-TEST_F(HotplugLock, ReleaseThatFailsIsLogged)
+TEST_F(hotplug_lock, release_that_fails_is_logged)
 {
     EXPECT_EQ(release_hotplug_lock(-1), -1);
     EXPECT_TRACE(R"(
@@ -226,7 +219,7 @@ TEST_F(HotplugLock, ReleaseThatFailsIsLogged)
                  world.trace());
 }
 
-TEST_F(HotplugLock, RemoveClosesAndDeletes)
+TEST_F(hotplug_lock, remove_closes_and_deletes)
 {
     int fd = open_hotplug_lock();
     ASSERT_GE(fd, 0);
@@ -238,7 +231,7 @@ TEST_F(HotplugLock, RemoveClosesAndDeletes)
 }
 
 // The file's deletion makes two locks out of one; the handlers live with that.
-TEST_F(HotplugLock, DeletedAndMadeAnewIsAnotherLock)
+TEST_F(hotplug_lock, deleted_and_made_anew_is_another_lock)
 {
     int old_fd = open_hotplug_lock();
     ASSERT_GE(old_fd, 0);

@@ -1,7 +1,6 @@
 #include "hotplug/modems.h"
 
 #include <gtest/gtest.h>
-
 #include <string>
 
 namespace
@@ -33,7 +32,7 @@ constexpr row rows[] = {
     {0x41001410, 0xffffffff, "novatel", "novatel dongle in modem mode "},
 };
 
-TEST(KnownModems, AreThese)
+TEST(modems, are_these)
 {
     const modem *known = known_modems;
     for (const row &wanted : rows) {
@@ -46,8 +45,8 @@ TEST(KnownModems, AreThese)
         EXPECT_STREQ(known->description, wanted.description);
         known++;
     }
-    EXPECT_EQ(known->id, 0u) << "a row of zeros ends the table";
-    EXPECT_EQ(known->mask, 0u);
+    EXPECT_EQ(known->id, 0U) << "a row of zeros ends the table";
+    EXPECT_EQ(known->mask, 0U);
     EXPECT_EQ(known->name, nullptr);
     EXPECT_EQ(known->description, nullptr);
 }
@@ -61,7 +60,7 @@ std::string name_of(uint32_t vendor, uint32_t product)
     return "";
 }
 
-TEST(KnownModems, MatchByVendorAndProduct)
+TEST(modems, match_by_vendor_and_product)
 {
     struct {
         uint32_t vendor;

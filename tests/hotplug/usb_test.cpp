@@ -1,30 +1,22 @@
 #include "hotplug/net.h"
 #include "hotplug/usb.h"
 
-#include "support/expect.h"
-#include "support/private_world.h"
-
-#include <gtest/gtest.h>
+#include "support/unit_test.h"
 
 #include <errno.h>
 #include <stdlib.h>
 
-using support::private_world;
-
 namespace
 {
 
-class HotplugUsb : public testing::Test
+class usb_handler : public support::unit_test
 {
   protected:
-    HotplugUsb() { world.clear(); }
-    ~HotplugUsb() override
+    void TearDown() override
     {
         for (const char *name : {"ACTION", "PRODUCT", "DEVPATH", "PHYSDEVPATH"})
             unsetenv(name);
     }
-
-    private_world &world = private_world::here();
 };
 
 struct product_row {
@@ -53,7 +45,7 @@ const product_row product_rows[] = {
     {"\xff\xfe/1446/0", "0000:0000"},
 };
 
-TEST_F(HotplugUsb, ReadsVendorAndProductWithFourDigitsEach)
+TEST_F(usb_handler, reads_vendor_and_product_with_four_digits_each)
 {
     setenv("ACTION", "add", 1);
     for (const product_row &row : product_rows) {
@@ -93,7 +85,7 @@ const id_row id_rows[] = {
     {"empty", "", nullptr},
 };
 
-TEST_F(HotplugUsb, ReadsIdentitiesFromTheFirstLine)
+TEST_F(usb_handler, reads_identities_from_the_first_line)
 {
     setenv("ACTION", "remove", 1);
     setenv("DEVPATH", "/class/usb_device/usbdev1.2", 1);
@@ -149,7 +141,7 @@ const lock_row lock_rows[] = {
     )"},
 };
 
-TEST_F(HotplugUsb, LockThatCannotBeTakenOrReleasedEndsTheEvent)
+TEST_F(usb_handler, lock_that_cannot_be_taken_or_released_ends_the_event)
 {
     setenv("ACTION", "remove", 1);
     setenv("DEVPATH", "/devices/1-1", 1);
@@ -174,12 +166,12 @@ TEST_F(HotplugUsb, LockThatCannotBeTakenOrReleasedEndsTheEvent)
 }
 
 // Sysfs paths of nested hubs are long.
-TEST_F(HotplugUsb, DevicePathsOf255CharactersAreUsedWhole)
+TEST_F(usb_handler, device_paths_of_255_characters_are_used_whole)
 {
     setenv("ACTION", "remove", 1);
     std::string device = "/" + std::string(126, 'd') + "/" + std::string(127, 'e');
     std::string physical = "/" + std::string(126, 'p') + "/" + std::string(127, 'q');
-    ASSERT_EQ(device.size(), 255u);
+    ASSERT_EQ(device.size(), 255U);
     for (const char *id : {"idVendor", "idProduct"}) {
         world.write("/sys" + device + "/device/" + id, "12d1\n");
         world.write("/sys" + physical + "/" + id, "19d2\n");
@@ -200,7 +192,7 @@ TEST_F(HotplugUsb, DevicePathsOf255CharactersAreUsedWhole)
     EXPECT_EQ(hotplug_usb_dev(), EINVAL);
 }
 
-TEST_F(HotplugUsb, NetworkEventsAreLoggedOnly)
+TEST_F(usb_handler, network_events_are_logged_only)
 {
     EXPECT_EQ(hotplug_net(), 1);
     EXPECT_TRACE(R"(

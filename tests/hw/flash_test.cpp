@@ -1,9 +1,6 @@
 #include "hw/flash.h"
 
-#include "support/expect.h"
-#include "support/private_world.h"
-
-#include <gtest/gtest.h>
+#include "support/unit_test.h"
 
 #include <functional>
 #include <string>
@@ -17,12 +14,12 @@ namespace
 const std::string FLASH = "/flash";
 constexpr uint32_t FLASH_SIZE = 0x40000;
 
-class Flash : public testing::Test
+class flash : public support::unit_test
 {
   protected:
-    Flash()
+    void SetUp() override
     {
-        world.clear();
+        unit_test::SetUp();
         world.write("/dev/flash0", "");
         for (uint32_t i = 0; i < FLASH_SIZE; i++)
             content.push_back(static_cast<char>(i * 7 + i / 251));
@@ -46,13 +43,11 @@ class Flash : public testing::Test
             &call);
         return call.result;
     }
-
-    private_world &world = private_world::here();
     std::string content;
     std::string errors;
 };
 
-TEST_F(Flash, ReadsFromTheOffsetIntoTheBuffer)
+TEST_F(flash, reads_from_the_offset_into_the_buffer)
 {
     char buffer[10];
     memset(buffer, 'x', sizeof(buffer));
@@ -66,7 +61,7 @@ TEST_F(Flash, ReadsFromTheOffsetIntoTheBuffer)
                  world.trace());
 }
 
-TEST_F(Flash, WritesFromTheBufferToTheOffset)
+TEST_F(flash, writes_from_the_buffer_to_the_offset)
 {
     EXPECT_EQ(result([] { return FWrite("uvwxyz", 0x3fffa, 6); }), 0);
     EXPECT_EQ(errors, "");
@@ -78,7 +73,7 @@ TEST_F(Flash, WritesFromTheBufferToTheOffset)
                  world.trace());
 }
 
-TEST_F(Flash, TakesUpTo65536BytesInOneCall)
+TEST_F(flash, takes_up_to_65536_bytes_in_one_call)
 {
     std::vector<char> buffer(FLASH_TRANSFER_MAX + 1, '\0');
     EXPECT_EQ(result([&] { return FRead(buffer.data(), 0x10000, 65536); }), 0);
@@ -93,7 +88,7 @@ TEST_F(Flash, TakesUpTo65536BytesInOneCall)
                  world.trace());
 }
 
-TEST_F(Flash, LengthThatIsTooGreatIsASuccessThatMovesNothing)
+TEST_F(flash, length_that_is_too_great_is_a_success_that_moves_nothing)
 {
     std::vector<char> buffer(70000, 'x');
     EXPECT_EQ(result([&] { return FRead(buffer.data(), 0, 65537); }), 0);
@@ -106,14 +101,14 @@ TEST_F(Flash, LengthThatIsTooGreatIsASuccessThatMovesNothing)
 }
 
 // The length is looked at first: the device is not even opened.
-TEST_F(Flash, LengthThatIsTooGreatNeedsNoDevice)
+TEST_F(flash, length_that_is_too_great_needs_no_device)
 {
     world.remove("/dev/flash0");
     EXPECT_EQ(result([] { return FRead(nullptr, 0, 65537); }), 0);
     EXPECT_EQ(errors, "Too many bytes - 65537 > 65536 bytes\n");
 }
 
-TEST_F(Flash, MissingDeviceIsASuccessThatMovesNothing)
+TEST_F(flash, missing_device_is_a_success_that_moves_nothing)
 {
     world.remove("/dev/flash0");
     char buffer[4] = {'a', 'b', 'c', 'd'};
@@ -126,10 +121,10 @@ TEST_F(Flash, MissingDeviceIsASuccessThatMovesNothing)
     EXPECT_TRACE("", world.trace());
 }
 
-TEST_F(Flash, RangeBeyondTheEndFailsWithoutAMessage)
+TEST_F(flash, range_beyond_the_end_fails_without_a_message)
 {
     char buffer[8] = {};
-    for (uint32_t offset : {FLASH_SIZE - 7, FLASH_SIZE, FLASH_SIZE + 1, 0xffffffffu}) {
+    for (uint32_t offset : {FLASH_SIZE - 7, FLASH_SIZE, FLASH_SIZE + 1, 0xffffffffU}) {
         SCOPED_TRACE(offset);
         EXPECT_EQ(result([&] { return FRead(buffer, offset, 8); }), -1);
         EXPECT_EQ(errors, "");
@@ -142,7 +137,7 @@ TEST_F(Flash, RangeBeyondTheEndFailsWithoutAMessage)
 }
 
 // Only 10 is a failure.
-TEST_F(Flash, OtherDriverStatusIsSuccess)
+TEST_F(flash, other_driver_status_is_success)
 {
     struct {
         const char *status;
@@ -160,7 +155,7 @@ TEST_F(Flash, OtherDriverStatusIsSuccess)
     }
 }
 
-TEST_F(Flash, RequestThatFailsIsReported)
+TEST_F(flash, request_that_fails_is_reported)
 {
     char buffer[2] = {'a', 'b'};
     world.on("fail EIO ioctl /dev/flash0");
@@ -176,7 +171,7 @@ TEST_F(Flash, RequestThatFailsIsReported)
                  world.trace());
 }
 
-TEST_F(Flash, DeviceIsClosedWhateverHappens)
+TEST_F(flash, device_is_closed_whatever_happens)
 {
     char buffer[2];
     int before = dup(0);

@@ -1,9 +1,6 @@
 #include "hw/switch.h"
 
-#include "support/expect.h"
-#include "support/private_world.h"
-
-#include <gtest/gtest.h>
+#include "support/unit_test.h"
 
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -14,13 +11,10 @@ using support::private_world;
 namespace
 {
 
-class Switch : public testing::Test
+class ethernet_switch : public support::unit_test
 {
   protected:
-    Switch() { world.clear(); }
-    ~Switch() override { switch_fini(); }
-
-    private_world &world = private_world::here();
+    void TearDown() override { switch_fini(); }
 };
 
 std::string errors_of(void (*routine)(void *), void *context = nullptr)
@@ -28,7 +22,7 @@ std::string errors_of(void (*routine)(void *), void *context = nullptr)
     return private_world::captured(2, routine, context);
 }
 
-TEST_F(Switch, OpensADatagramSocket)
+TEST_F(ethernet_switch, opens_a_datagram_socket)
 {
     EXPECT_EQ(esw_fd, -1);
     ASSERT_EQ(switch_init(), 0);
@@ -44,7 +38,7 @@ TEST_F(Switch, OpensADatagramSocket)
     EXPECT_EQ(fcntl(fd, F_GETFD), -1);
 }
 
-TEST_F(Switch, SocketThatFailsIsReported)
+TEST_F(ethernet_switch, socket_that_fails_is_reported)
 {
     world.on("fail EMFILE socket inet dgram 0");
     EXPECT_EQ(errors_of([](void *) { EXPECT_EQ(switch_init(), -1); }),
@@ -52,16 +46,16 @@ TEST_F(Switch, SocketThatFailsIsReported)
     switch_fini(); // of a switch that is not open does nothing
 }
 
-TEST_F(Switch, ReadsARegister)
+TEST_F(ethernet_switch, reads_a_register)
 {
     world.on("switch 0x14 0x5555");
     world.on("switch 0x70 0xFFFF506F");
     ASSERT_EQ(switch_init(), 0);
     uint32_t value = 0;
     EXPECT_EQ(ra3052_reg_read(0x14, &value), 0);
-    EXPECT_EQ(value, 0x5555u);
+    EXPECT_EQ(value, 0x5555U);
     EXPECT_EQ(ra3052_reg_read(0x70, &value), 0);
-    EXPECT_EQ(value, 0xffff506fu);
+    EXPECT_EQ(value, 0xffff506fU);
     EXPECT_TRACE(R"(
         ioctl eth2 0x89f1 0x14 -> 0x5555
         ioctl eth2 0x89f1 0x70 -> 0xffff506f
@@ -69,7 +63,7 @@ TEST_F(Switch, ReadsARegister)
                  world.trace());
 }
 
-TEST_F(Switch, ReadThatFailsIsReportedAndClosesTheSwitch)
+TEST_F(ethernet_switch, read_that_fails_is_reported_and_closes_the_switch)
 {
     world.on("fail EPERM ioctl eth2 0x89f1 0x14");
     ASSERT_EQ(switch_init(), 0);
@@ -79,7 +73,7 @@ TEST_F(Switch, ReadThatFailsIsReportedAndClosesTheSwitch)
         [](void *out) { EXPECT_EQ(ra3052_reg_read(0x14, static_cast<uint32_t *>(out)), -1); },
         &value);
     EXPECT_EQ(errors, "ioctl: Operation not permitted\n");
-    EXPECT_EQ(value, 7u);
+    EXPECT_EQ(value, 7U);
     EXPECT_EQ(esw_fd, -1);
     EXPECT_EQ(fcntl(fd, F_GETFD), -1);
     EXPECT_TRACE(R"(
@@ -88,7 +82,7 @@ TEST_F(Switch, ReadThatFailsIsReportedAndClosesTheSwitch)
                  world.trace());
 }
 
-TEST_F(Switch, WritesARegister)
+TEST_F(ethernet_switch, writes_a_register)
 {
     ASSERT_EQ(switch_init(), 0);
     EXPECT_EQ(ra3052_reg_write(0xe4, 0x3f), 0);
@@ -101,7 +95,7 @@ TEST_F(Switch, WritesARegister)
                  world.trace());
 }
 
-TEST_F(Switch, WriteThatFailsEndsTheProcessWithSuccess)
+TEST_F(ethernet_switch, write_that_fails_ends_the_process_with_success)
 {
     world.on("fail EIO ioctl eth2 0x89f2");
     ASSERT_EQ(switch_init(), 0);
@@ -113,7 +107,7 @@ TEST_F(Switch, WriteThatFailsEndsTheProcessWithSuccess)
                  world.trace());
 }
 
-TEST_F(Switch, WriteWithoutASwitchEndsTheProcessWithSuccess)
+TEST_F(ethernet_switch, write_without_a_switch_ends_the_process_with_success)
 {
     world.on("fail EBADF ioctl eth2 0x89f2");
     EXPECT_EXIT(ra3052_reg_write(0x14, 1), testing::ExitedWithCode(0),
@@ -175,7 +169,7 @@ const layout_row layout_rows[] = {
     {0x7fffffff, DEFAULT_PORTS},
 };
 
-TEST_F(Switch, LaysThePortsOutForAWanMode)
+TEST_F(ethernet_switch, lays_the_ports_out_for_a_wan_mode)
 {
     for (const layout_row &row : layout_rows) {
         SCOPED_TRACE(row.mode);
@@ -192,7 +186,7 @@ TEST_F(Switch, LaysThePortsOutForAWanMode)
     }
 }
 
-TEST_F(Switch, RestoresOneVlanForAllPorts)
+TEST_F(ethernet_switch, restores_one_vlan_for_all_ports)
 {
     EXPECT_EQ(restore_3052(), 0);
     EXPECT_EQ(esw_fd, -1);
@@ -210,7 +204,7 @@ TEST_F(Switch, RestoresOneVlanForAllPorts)
                  world.trace());
 }
 
-TEST_F(Switch, LayoutsSayWhenTheSwitchCannotBeOpened)
+TEST_F(ethernet_switch, layouts_say_when_the_switch_cannot_be_opened)
 {
     world.on("fail EMFILE socket");
     errors_of([](void *) {
@@ -224,7 +218,7 @@ TEST_F(Switch, LayoutsSayWhenTheSwitchCannotBeOpened)
                  world.trace_of({"log"}));
 }
 
-TEST_F(Switch, LayoutEndsTheProcessAtTheFirstRegisterThatFails)
+TEST_F(ethernet_switch, layout_ends_the_process_at_the_first_register_that_fails)
 {
     world.on("fail EIO ioctl eth2 0x89f2 0x98");
     EXPECT_EXIT(config_3052(2), testing::ExitedWithCode(0), "^ioctl: Input/output error\n$");

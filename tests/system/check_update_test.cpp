@@ -86,7 +86,7 @@ void expect_same_flash(const std::string &found, const std::string &wanted)
         ASSERT_EQ(int(found[i]), int(wanted[i])) << "first difference at 0x" << std::hex << i;
 }
 
-TEST(CheckUpdate, OwnBootLoaderIsLeftAlone)
+TEST(check_update_command, own_boot_loader_is_left_alone)
 {
     const std::string flash = flash_image(OWN_BOOT_LOADER, "\xff\xff");
     update_box box(flash, "02:11:22:33:44:55");
@@ -101,7 +101,7 @@ TEST(CheckUpdate, OwnBootLoaderIsLeftAlone)
     expect_same_flash(box.flash(), flash);
 }
 
-TEST(CheckUpdate, ForeignBootLoaderIsReplaced)
+TEST(check_update_command, foreign_boot_loader_is_replaced)
 {
     const std::string flash = flash_image(FOREIGN_BOOT_LOADER, RT3050);
     update_box box(flash, "00:11:22:33:44:55");
@@ -115,7 +115,7 @@ TEST(CheckUpdate, ForeignBootLoaderIsReplaced)
     expect_same_flash(box.flash(), flash);
 }
 
-TEST(CheckUpdate, MacIsWrittenIntoTheCalibrationData)
+TEST(check_update_command, mac_is_written_into_the_calibration_data)
 {
     std::string flash = flash_image(FOREIGN_BOOT_LOADER, RT3050);
     update_box box(flash, "\"02:1a:22:33:44:ff\"");
@@ -130,7 +130,7 @@ TEST(CheckUpdate, MacIsWrittenIntoTheCalibrationData)
     expect_same_flash(box.flash(), flash);
 }
 
-TEST(CheckUpdate, WrongCalibrationDataAreReplaced)
+TEST(check_update_command, wrong_calibration_data_are_replaced)
 {
     std::string flash = flash_image(FOREIGN_BOOT_LOADER, "\xff\xff");
     update_box box(flash, "00:11:22:33:44:55");
@@ -145,7 +145,7 @@ TEST(CheckUpdate, WrongCalibrationDataAreReplaced)
     expect_same_flash(box.flash(), flash);
 }
 
-TEST(CheckUpdate, WrongCalibrationDataAreReplacedAndGetTheMac)
+TEST(check_update_command, wrong_calibration_data_are_replaced_and_get_the_mac)
 {
     std::string flash = flash_image(FOREIGN_BOOT_LOADER, "\x52\x30");
     update_box box(flash, "02:11:22:33:44:55");
@@ -164,7 +164,7 @@ TEST(CheckUpdate, WrongCalibrationDataAreReplacedAndGetTheMac)
 }
 
 // The second boot: the new boot loader ends the check.
-TEST(CheckUpdate, SecondRunFindsTheNewBootLoader)
+TEST(check_update_command, second_run_finds_the_new_boot_loader)
 {
     std::string flash = flash_image(FOREIGN_BOOT_LOADER, "\xff\xff");
     update_box box(flash, "02:11:22:33:44:55");
@@ -181,7 +181,7 @@ TEST(CheckUpdate, SecondRunFindsTheNewBootLoader)
     expect_same_flash(box.flash(), flash);
 }
 
-TEST(CheckUpdate, EveryByteOfTheBootSignatureCounts)
+TEST(check_update_command, every_byte_of_the_boot_signature_counts)
 {
     for (size_t i = 0; i < OWN_BOOT_LOADER.size(); i++) {
         SCOPED_TRACE(i);
@@ -194,7 +194,7 @@ TEST(CheckUpdate, EveryByteOfTheBootSignatureCounts)
     }
 }
 
-TEST(CheckUpdate, BothBytesOfTheCalibrationSignatureCount)
+TEST(check_update_command, both_bytes_of_the_calibration_signature_count)
 {
     for (const char *signature : {"\x51\x30", "\x50\x31", "\x30\x50"}) {
         update_box box(flash_image(FOREIGN_BOOT_LOADER, signature), "00:11:22:33:44:55");
@@ -205,7 +205,7 @@ TEST(CheckUpdate, BothBytesOfTheCalibrationSignatureCount)
 
 // Whether the address goes into the flash depends on its first byte alone, not on what the flash
 // has.
-TEST(CheckUpdate, OnlyTheFirstByteOfTheMacDecides)
+TEST(check_update_command, only_the_first_byte_of_the_mac_decides)
 {
     struct {
         const char *nvram;
@@ -231,7 +231,7 @@ TEST(CheckUpdate, OnlyTheFirstByteOfTheMacDecides)
     }
 }
 
-TEST(CheckUpdate, MissingOrBadMacCountsAsZeros)
+TEST(check_update_command, missing_or_bad_mac_counts_as_zeros)
 {
     struct {
         const char *nvram; // null: no file at all
@@ -270,7 +270,7 @@ struct image_row {
     const char *message;
 };
 
-TEST(CheckUpdate, DefaultCalibrationDataThatCannotBeUsedDoNotStopTheRest)
+TEST(check_update_command, default_calibration_data_that_cannot_be_used_do_not_stop_the_rest)
 {
     const std::string start = default_eeprom();
     const image_row rows[] = {
@@ -301,7 +301,7 @@ TEST(CheckUpdate, DefaultCalibrationDataThatCannotBeUsedDoNotStopTheRest)
     }
 }
 
-TEST(CheckUpdate, ImageOfExactly512BytesIsEnough)
+TEST(check_update_command, image_of_exactly_512_bytes_is_enough)
 {
     update_box box(flash_image(FOREIGN_BOOT_LOADER, "\xff\xff"), "00:11:22:33:44:55");
     box.write(DEFAULT_EEPROM, default_eeprom());
@@ -316,7 +316,7 @@ struct flash_end_row {
     std::string trace;
 };
 
-TEST(CheckUpdate, FlashThatEndsTooEarly)
+TEST(check_update_command, flash_that_ends_too_early)
 {
     const flash_end_row rows[] = {
         {"in the boot signature: nothing is changed", BOOT_SIGNATURE + 7,
@@ -348,7 +348,7 @@ TEST(CheckUpdate, FlashThatEndsTooEarly)
     }
 }
 
-TEST(CheckUpdate, RequestsThatFail)
+TEST(check_update_command, requests_that_fail)
 {
     struct {
         const char *rule;
@@ -394,7 +394,7 @@ TEST(CheckUpdate, RequestsThatFail)
 }
 
 // A router without the flash device reads zeros: a foreign boot loader.
-TEST(CheckUpdate, MissingFlashDeviceIsAForeignBootLoader)
+TEST(check_update_command, missing_flash_device_is_a_foreign_boot_loader)
 {
     const std::string flash = flash_image(OWN_BOOT_LOADER, RT3050);
     update_box box(flash, "02:11:22:33:44:55");
@@ -415,7 +415,7 @@ TEST(CheckUpdate, MissingFlashDeviceIsAForeignBootLoader)
     expect_same_flash(box.flash(), flash);
 }
 
-TEST(CheckUpdate, ToolsThatFailAreNotNoticed)
+TEST(check_update_command, tools_that_fail_are_not_noticed)
 {
     update_box box(flash_image(FOREIGN_BOOT_LOADER, RT3050), "00:11:22:33:44:55");
     for (const char *rule : {"exit 1 led", "exit 1 mtd_write", "exit 1 reboot"})
@@ -428,7 +428,7 @@ TEST(CheckUpdate, ToolsThatFailAreNotNoticed)
                  result.trace);
 }
 
-TEST(CheckUpdate, FurtherArgumentsAreIgnored)
+TEST(check_update_command, further_arguments_are_ignored)
 {
     update_box box(flash_image(OWN_BOOT_LOADER, RT3050), "00:11:22:33:44:55");
     outcome result = box.run({"/sbin/mcfg", "check_update", "now", ""});
@@ -437,7 +437,7 @@ TEST(CheckUpdate, FurtherArgumentsAreIgnored)
 }
 
 // The example router's own NVRAM: its address begins with 00.
-TEST(CheckUpdate, OfTheExampleRouter)
+TEST(check_update_command, of_the_example_router)
 {
     std::string flash = flash_image(FOREIGN_BOOT_LOADER, "\xff\xff");
     update_box box(flash, "");

@@ -29,7 +29,7 @@ environment block_event(const char *action, const char *minor)
 
 const std::vector<std::string> BLOCK = {"hotplug", "block"};
 
-TEST(HotplugBlockEvent, AddMakesNodeAndDirectoryAndMounts)
+TEST(hotplug_block_event, add_makes_node_and_directory_and_mounts)
 {
     test_box box;
     outcome result = box.run({"/usr/bin/hotplug", "block"}, block_event("add", "1"));
@@ -47,13 +47,13 @@ TEST(HotplugBlockEvent, AddMakesNodeAndDirectoryAndMounts)
     )",
                  result.trace);
     EXPECT_TRUE(box.exists("/dev/sda1"));
-    EXPECT_EQ(box.mode("/dev/sda1"), 0700u);
+    EXPECT_EQ(box.mode("/dev/sda1"), 0700U);
     EXPECT_EQ(box.list("/media"), std::vector<std::string>{"sda1"});
-    EXPECT_EQ(box.mode("/media/sda1"), 0755u) << "0777 less the umask";
+    EXPECT_EQ(box.mode("/media/sda1"), 0755U) << "0777 less the umask";
     EXPECT_FALSE(box.exists(LOCK_FILE));
 }
 
-TEST(HotplugBlockEvent, AddOfASecondDiskWithAnotherMajor)
+TEST(hotplug_block_event, add_of_a_second_disk_with_another_major)
 {
     test_box box;
     environment event = block_event("add", "17");
@@ -67,7 +67,7 @@ TEST(HotplugBlockEvent, AddOfASecondDiskWithAnotherMajor)
                  box.trace_of({"mknod", "shell"}));
 }
 
-TEST(HotplugBlockEvent, FifthDiskIsABadDevice)
+TEST(hotplug_block_event, fifth_disk_is_a_bad_device)
 {
     test_box box;
     for (const char *minor : {"64", "65", "4096", "-16"}) {
@@ -86,7 +86,7 @@ TEST(HotplugBlockEvent, FifthDiskIsABadDevice)
     }
 }
 
-TEST(HotplugBlockEvent, MountThatFailsLeavesNothingBehind)
+TEST(hotplug_block_event, mount_that_fails_leaves_nothing_behind)
 {
     test_box box;
     box.on("exit 32 mount");
@@ -108,7 +108,7 @@ TEST(HotplugBlockEvent, MountThatFailsLeavesNothingBehind)
     EXPECT_FALSE(box.exists(LOCK_FILE));
 }
 
-TEST(HotplugBlockEvent, MissingMountToolIsAMountThatFails)
+TEST(hotplug_block_event, missing_mount_tool_is_a_mount_that_fails)
 {
     test_box box;
     for (const char *path : {"/sbin/mount", "/bin/mount", "/usr/sbin/mount", "/usr/bin/mount"})
@@ -122,7 +122,7 @@ TEST(HotplugBlockEvent, MissingMountToolIsAMountThatFails)
 }
 
 // A disk that was pulled out and put in again may find its node and directory still there.
-TEST(HotplugBlockEvent, NodeAndDirectoryThatAreThereDoNoHarm)
+TEST(hotplug_block_event, node_and_directory_that_are_there_do_no_harm)
 {
     test_box box;
     box.write("/dev/sda1", "node");
@@ -142,7 +142,7 @@ TEST(HotplugBlockEvent, NodeAndDirectoryThatAreThereDoNoHarm)
     EXPECT_EQ(box.read("/dev/sda1"), "node");
 }
 
-TEST(HotplugBlockEvent, NodeAndDirectoryThatCannotBeMadeDoNotStopTheMount)
+TEST(hotplug_block_event, node_and_directory_that_cannot_be_made_do_not_stop_the_mount)
 {
     test_box box;
     box.on("fail EPERM mknod /dev/sda1");
@@ -162,7 +162,7 @@ TEST(HotplugBlockEvent, NodeAndDirectoryThatCannotBeMadeDoNotStopTheMount)
 }
 
 // What the failed mount removes need not be what this event made.
-TEST(HotplugBlockEvent, MountThatFailsRemovesAnOldDirectoryUnlessItIsInUse)
+TEST(hotplug_block_event, mount_that_fails_removes_an_old_directory_unless_it_is_in_use)
 {
     test_box box;
     box.on("exit 1 mount");
@@ -176,7 +176,7 @@ TEST(HotplugBlockEvent, MountThatFailsRemovesAnOldDirectoryUnlessItIsInUse)
     EXPECT_FALSE(box.exists("/dev/sda1"));
 }
 
-TEST(HotplugBlockEvent, RemoveUnmountsAndDeletes)
+TEST(hotplug_block_event, remove_unmounts_and_deletes)
 {
     test_box box;
     box.run(BLOCK, block_event("add", "17"));
@@ -194,7 +194,7 @@ TEST(HotplugBlockEvent, RemoveUnmountsAndDeletes)
     EXPECT_FALSE(box.exists(LOCK_FILE));
 }
 
-TEST(HotplugBlockEvent, UnmountThatFailsIsNotNoticed)
+TEST(hotplug_block_event, unmount_that_fails_is_not_noticed)
 {
     test_box box;
     box.run(BLOCK, block_event("add", "1"));
@@ -212,7 +212,7 @@ TEST(HotplugBlockEvent, UnmountThatFailsIsNotNoticed)
     EXPECT_EQ(box.read("/media/sda1/photo"), "still mounted") << "a directory in use stays";
 }
 
-TEST(HotplugBlockEvent, RemoveOfWhatIsNotThere)
+TEST(hotplug_block_event, remove_of_what_is_not_there)
 {
     test_box box;
     outcome result = box.run(BLOCK, block_event("remove", "65"));
@@ -225,7 +225,7 @@ TEST(HotplugBlockEvent, RemoveOfWhatIsNotThere)
                  result.trace);
 }
 
-TEST(HotplugBlockEvent, OtherActionsAreNotSupported)
+TEST(hotplug_block_event, other_actions_are_not_supported)
 {
     test_box box;
     for (const std::string action : {"change", "ADD", "add ", "removed", ""}) {
@@ -241,7 +241,7 @@ TEST(HotplugBlockEvent, OtherActionsAreNotSupported)
     }
 }
 
-TEST(HotplugBlockEvent, EveryVariableIsNeeded)
+TEST(hotplug_block_event, every_variable_is_needed)
 {
     for (size_t missing = 0; missing < 4; missing++) {
         test_box box;
@@ -256,7 +256,7 @@ TEST(HotplugBlockEvent, EveryVariableIsNeeded)
     }
 }
 
-TEST(HotplugBlockEvent, OtherDriversAreLeftAloneWithoutTheLock)
+TEST(hotplug_block_event, other_drivers_are_left_alone_without_the_lock)
 {
     test_box box;
     lock_holder holder(box.host_path(LOCK_FILE)); // with it the event would wait
@@ -272,7 +272,7 @@ TEST(HotplugBlockEvent, OtherDriversAreLeftAloneWithoutTheLock)
     EXPECT_TRUE(box.exists(LOCK_FILE));
 }
 
-TEST(HotplugBlockEvent, LockFileThatCannotBeOpened)
+TEST(hotplug_block_event, lock_file_that_cannot_be_opened)
 {
     test_box box;
     box.mkdir(LOCK_FILE);
@@ -286,7 +286,7 @@ TEST(HotplugBlockEvent, LockFileThatCannotBeOpened)
     EXPECT_FALSE(box.exists("/dev/sda1"));
 }
 
-TEST(HotplugBlockEvent, WaitsForTheLock)
+TEST(hotplug_block_event, waits_for_the_lock)
 {
     for (int type : {F_RDLCK, F_WRLCK}) {
         SCOPED_TRACE(type);
@@ -311,7 +311,7 @@ TEST(HotplugBlockEvent, WaitsForTheLock)
 
 // One event deletes the file that another one waits on: the next one makes a new file and needs not
 // wait for the one that got the old lock.
-TEST(HotplugBlockEvent, LockFileThatIsDeletedMeanwhileMakesTwoLocks)
+TEST(hotplug_block_event, lock_file_that_is_deleted_meanwhile_makes_two_locks)
 {
     test_box box;
     lock_holder holder(box.host_path(LOCK_FILE));
@@ -343,7 +343,7 @@ void handle_unrecorded(test_box &box, const std::string &action)
     box.run({"mcfg", "check_update"});
 }
 
-TEST(HotplugBlockEvent, NodeThatTheKernelRefusesDoesNotStopTheMount)
+TEST(hotplug_block_event, node_that_the_kernel_refuses_does_not_stop_the_mount)
 {
     test_box box;
     handle_unrecorded(box, "add");
@@ -364,7 +364,7 @@ TEST(HotplugBlockEvent, NodeThatTheKernelRefusesDoesNotStopTheMount)
 }
 
 // Values that no kernel sends stay words of the command.
-TEST(HotplugBlockEvent, DriverNameCannotBecomeACommand)
+TEST(hotplug_block_event, driver_name_cannot_become_a_command)
 {
     test_box box;
     environment event = block_event("add", "1");

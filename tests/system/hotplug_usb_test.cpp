@@ -4,7 +4,6 @@
 #include "support/router_box.h"
 
 #include <gtest/gtest.h>
-
 #include <sstream>
 
 using support::environment;
@@ -66,7 +65,7 @@ environment device_event(const char *action)
     return {{"ACTION", action}, {"DEVPATH", DEVICE}, {"PHYSDEVPATH", PHYSICAL}};
 }
 
-TEST(HotplugUsbEvent, IsLogged)
+TEST(hotplug_usb_event, is_logged)
 {
     test_box box;
     outcome result = box.run(USB, {{"ACTION", "add"}, {"PRODUCT", "12d1/1446/0"}});
@@ -85,7 +84,7 @@ TEST(HotplugUsbEvent, IsLogged)
     EXPECT_FALSE(box.exists(LOCK_FILE));
 }
 
-TEST(HotplugUsbEvent, EveryVariableIsNeededAfterTheDiagnosis)
+TEST(hotplug_usb_event, every_variable_is_needed_after_the_diagnosis)
 {
     for (const environment &event :
          {environment{{"ACTION", "add"}}, {{"PRODUCT", "12d1/1446/0"}}, {}}) {
@@ -100,7 +99,7 @@ TEST(HotplugUsbEvent, EveryVariableIsNeededAfterTheDiagnosis)
     }
 }
 
-TEST(HotplugUsbEvent, EnvironmentIsAppendedForDiagnosis)
+TEST(hotplug_usb_event, environment_is_appended_for_diagnosis)
 {
     test_box box;
     box.write("/tmp/hotplug_usb", "earlier\n");
@@ -117,7 +116,7 @@ TEST(HotplugUsbEvent, EnvironmentIsAppendedForDiagnosis)
     }
 }
 
-TEST(HotplugUsbEvent, FileThatCannotBeWrittenIsNoObstacle)
+TEST(hotplug_usb_event, file_that_cannot_be_written_is_no_obstacle)
 {
     test_box box;
     box.mkdir("/tmp/hotplug_usb");
@@ -129,7 +128,7 @@ TEST(HotplugUsbEvent, FileThatCannotBeWrittenIsNoObstacle)
         << result.trace;
 }
 
-TEST(HotplugUsbDeviceEvent, ModemThatHasSettledStartsTheService)
+TEST(hotplug_usb_device_event, modem_that_has_settled_starts_the_service)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -157,7 +156,7 @@ TEST(HotplugUsbDeviceEvent, ModemThatHasSettledStartsTheService)
     EXPECT_NO_THROW(lock_holder{box.host_path(LOCK_FILE)}) << "its lock does not";
 }
 
-TEST(HotplugUsbDeviceEvent, ServiceThatFailsIsNotNoticed)
+TEST(hotplug_usb_device_event, service_that_fails_is_not_noticed)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -179,7 +178,7 @@ const settle_row settle_rows[] = {
     {"empty action", "", "12d1", "1001", "12d1", "1001"},
 };
 
-TEST(HotplugUsbDeviceEvent, OtherDevicesDoNotStartTheService)
+TEST(hotplug_usb_device_event, other_devices_do_not_start_the_service)
 {
     for (const settle_row &row : settle_rows) {
         SCOPED_TRACE(row.name);
@@ -204,7 +203,7 @@ TEST(HotplugUsbDeviceEvent, OtherDevicesDoNotStartTheService)
     }
 }
 
-TEST(HotplugUsbDeviceEvent, DeviceThatIsGoneAfterTheWaitReadsAsZero)
+TEST(hotplug_usb_device_event, device_that_is_gone_after_the_wait_reads_as_zero)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -225,7 +224,7 @@ TEST(HotplugUsbDeviceEvent, DeviceThatIsGoneAfterTheWaitReadsAsZero)
 }
 
 // Zero equals zero: an identity that does not read as a number is as good as one that does.
-TEST(HotplugUsbDeviceEvent, UnreadableIdentityThatStaysUnreadableStartsTheService)
+TEST(hotplug_usb_device_event, unreadable_identity_that_stays_unreadable_starts_the_service)
 {
     test_box box;
     box.identify("none", "none", "none", "none");
@@ -243,7 +242,7 @@ struct missing_row {
     const char *logged;  // after the start
 };
 
-TEST(HotplugUsbDeviceEvent, EndsAtTheFirstThingMissing)
+TEST(hotplug_usb_device_event, ends_at_the_first_thing_missing)
 {
     const environment whole = device_event("add");
     const std::string vendor = "/sys" + DEVICE + "/device/idVendor";
@@ -288,7 +287,7 @@ TEST(HotplugUsbDeviceEvent, EndsAtTheFirstThingMissing)
     }
 }
 
-TEST(HotplugUsbDeviceEvent, IdentityThatCannotBeReadEndsTheEvent)
+TEST(hotplug_usb_device_event, identity_that_cannot_be_read_ends_the_event)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -301,7 +300,7 @@ TEST(HotplugUsbDeviceEvent, IdentityThatCannotBeReadEndsTheEvent)
     EXPECT_FALSE(box.exists(LOCK_FILE));
 }
 
-TEST(HotplugUsbDeviceEvent, LockFileThatCannotBeOpened)
+TEST(hotplug_usb_device_event, lock_file_that_cannot_be_opened)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -316,7 +315,7 @@ TEST(HotplugUsbDeviceEvent, LockFileThatCannotBeOpened)
 }
 
 // Whatever lock another process has, even one that only reads.
-TEST(HotplugUsbDeviceEvent, IsDroppedWhileTheLockIsHeld)
+TEST(hotplug_usb_device_event, is_dropped_while_the_lock_is_held)
 {
     for (int type : {F_RDLCK, F_WRLCK}) {
         SCOPED_TRACE(type);
@@ -345,7 +344,7 @@ TEST(HotplugUsbDeviceEvent, IsDroppedWhileTheLockIsHeld)
 }
 
 // A modem's wait under the lock: another modem's event is dropped, a disk's waits.
-TEST(HotplugUsbDeviceEvent, HoldsTheLockWhileItWaits)
+TEST(hotplug_usb_device_event, holds_the_lock_while_it_waits)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -377,7 +376,7 @@ TEST(HotplugUsbDeviceEvent, HoldsTheLockWhileItWaits)
 
 // A disk event that ends deletes the lock file under the waiting modem: the next modem makes a new
 // one, and both wait side by side. Either lock is released in the end.
-TEST(HotplugUsbDeviceEvent, LockFileThatIsDeletedMeanwhileMakesTwoLocks)
+TEST(hotplug_usb_device_event, lock_file_that_is_deleted_meanwhile_makes_two_locks)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -392,7 +391,7 @@ TEST(HotplugUsbDeviceEvent, LockFileThatIsDeletedMeanwhileMakesTwoLocks)
     EXPECT_NO_THROW(lock_holder{box.host_path(LOCK_FILE)});
 }
 
-TEST(HotplugUsbDeviceEvent, LongAndStrangeEnvironments)
+TEST(hotplug_usb_device_event, long_and_strange_environments)
 {
     test_box box;
     box.identify("12d1", "1001", "12d1", "1001");
@@ -406,7 +405,7 @@ TEST(HotplugUsbDeviceEvent, LongAndStrangeEnvironments)
     }
 }
 
-TEST(HotplugNetEvent, IsLoggedAndReturnsOne)
+TEST(hotplug_net_event, is_logged_and_returns_one)
 {
     test_box box;
     outcome result = box.run({"hotplug", "net"}, {{"ACTION", "add"}, {"INTERFACE", "wimax0"}});
