@@ -35,7 +35,7 @@ refusals() {
 }
 
 all_at_once() {
-  number=1
+  local number=1
   while [ $number -le $count ]; do
     "$@" $number &
     number=$((number + 1))

@@ -3,6 +3,7 @@
 
 # set_switch KEY VALUE: in the settings file that has the key, and rebuilds the firewall.
 set_switch() {
+  local file
   for file in ip_filter igmp upnp; do
     if grep -q "^$1=" /etc/default/$file; then
       sed -i "s/^$1=.*/$1=$2/" /etc/default/$file
@@ -22,12 +23,14 @@ flood() {
 }
 
 flood_is_limited() {
+  local answers
   answers=$(flood 20)
   echo "$answers answers"
   [ "$answers" -lt 15 ]
 }
 
 flood_is_answered() {
+  local answers
   answers=$(flood 20)
   echo "$answers answers"
   [ "$answers" = 20 ]

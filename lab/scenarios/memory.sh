@@ -3,7 +3,7 @@
 
 # fits NAME COMMAND...: runs it, tells its peak and holds it to 4 MB.
 fits() {
-  name=$1
+  local name="$1" peak
   shift
   "$@" > /dev/null 2> /tmp/peak.output
   peak=$(sed -n 's/^peak: \([0-9]*\) kB.*/\1/p' /tmp/peak.output)
