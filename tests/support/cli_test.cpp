@@ -61,6 +61,18 @@ TEST(cli, takes_variables_from_a_dump_and_sets_others_besides)
     EXPECT_EQ(s.text.find("192.0.2.10"), std::string::npos) << s.text;
 }
 
+TEST(cli, saves_what_is_there)
+{
+    char directory[] = "/tmp/saved-XXXXXX";
+    ASSERT_NE(mkdtemp(directory), nullptr);
+    std::string here = directory;
+    said s = router_box("--write /etc/x=one --write /etc/ppp/peers/a=two --save /etc/x:" + here +
+                        " --save /etc/ppp/peers/:" + here + " --save /etc/none:" + here +
+                        " && cd " + here + " && grep -r . . | sort; rm -r " + here);
+    EXPECT_EQ(s.status, 0);
+    EXPECT_EQ(s.text, "./etc/ppp/peers/a:two\n./etc/x:one\n");
+}
+
 TEST(cli, opens_a_shell_inside)
 {
     said s = router_box("--write /etc/x=inside --shell --show /etc/y <<'END'\n"

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -132,6 +133,28 @@ void show_file(visit &v, const std::string &path)
     show_text(v.box.read(path));
 }
 
+void save_file(visit &v, const std::string &path, const std::filesystem::path &directory)
+{
+    std::filesystem::path to = directory / path.substr(1);
+    std::filesystem::create_directories(to.parent_path());
+    std::ofstream file(to, std::ios::binary);
+    file << v.box.read(path);
+    if (!file.flush())
+        throw std::runtime_error("cannot write " + to.string());
+}
+
+// What is not there is passed over: whether a run leaves it may be what is asked.
+void save(visit &v, const std::string &value)
+{
+    auto [path, directory] = halves(value, ':');
+    if (!v.box.exists(path))
+        return;
+    if (path.back() != '/')
+        return save_file(v, path, directory);
+    for (const std::string &name : v.box.list(path))
+        save_file(v, path + name, directory);
+}
+
 void show_trace(visit &v, const std::string &)
 {
     show_heading("trace");
@@ -181,6 +204,7 @@ const option options[] = {
      run_program},
     {"--outcome", nullptr, "print the last run's status and what it printed", show_outcome},
     {"--show", "PATH", "print a file of the world", show_file},
+    {"--save", "PATH:HOSTDIR", "save a file, or all of PATH/, below a directory here", save},
     {"--trace", nullptr, "print what was done since the last --trace", show_trace},
     {"--ip", "ARGUMENTS", "print what this machine's ip says inside", show_ip},
     {"--shell", nullptr, "a shell inside (see tests/support/enter.h); exit goes on", open_shell},
