@@ -135,15 +135,31 @@ struct profile_key {
     bool is_secret;
 };
 
+// clang-format off
 constexpr profile_key profile_keys[] = {
-    {"WPAPSK1", true},      {"WPAPSK8", true},          {"Key1Str1", true},
-    {"Key4Str8", true},     {"WapiPsk1", true},         {"MeshWEPKEY", true},
-    {"MeshWPAKEY", true},   {"WscVendorPinCode", true}, {"WdsKey", true},
-    {"RADIUS_Key", true},   {"RADIUS_Acct_Key", true},  {"ApCliWPAPSK", true},
-    {"ApCliKey1Str", true}, {"ApCliKey4Str", true},     {"SSID1", false},
-    {"AuthMode", false},    {"Key1Type", false},        {"DefaultKeyID", false},
-    {"RekeyMethod", false}, {"WapiPskType", false},     {"RADIUS_Server", false},
+    {"WPAPSK1", true},
+    {"WPAPSK8", true},
+    {"Key1Str1", true},
+    {"Key4Str8", true},
+    {"WapiPsk1", true},
+    {"MeshWEPKEY", true},
+    {"MeshWPAKEY", true},
+    {"WscVendorPinCode", true},
+    {"WdsKey", true},
+    {"RADIUS_Key", true},
+    {"RADIUS_Acct_Key", true},
+    {"ApCliWPAPSK", true},
+    {"ApCliKey1Str", true},
+    {"ApCliKey4Str", true},
+    {"SSID1", false},
+    {"AuthMode", false},
+    {"Key1Type", false},
+    {"DefaultKeyID", false},
+    {"RekeyMethod", false},
+    {"WapiPskType", false},
+    {"RADIUS_Server", false},
 };
+// clang-format on
 
 class secrets : public preview
 {
