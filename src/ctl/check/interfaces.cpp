@@ -273,12 +273,12 @@ static bool judge_words(const settings &all, unsigned number, const line_words &
     bool is_good = true;
     for (size_t i = 0; i < words.count && i < INTERFACE_FIELDS; i++) {
         const interface_field &field = interface_fields[i];
-        if (i == IF_SECOND_NAME)
-            continue;
+        // The second name is not used, but a tab in it joins it with the field behind.
+        size_t capacity = i == IF_SECOND_NAME ? SETTINGS_LINE_MAX : field.capacity;
         if (!is_utf8(words.word[i])) {
             find(all.r, number, field.name, code::not_utf8);
             is_good = false;
-        } else if (!take_field(all, number, field.name, words.word[i], field.capacity)) {
+        } else if (!take_field(all, number, field.name, words.word[i], capacity)) {
             is_good = false;
         }
     }

@@ -91,15 +91,26 @@ size_t split_entry(const settings_line &line, const list_format &format, line_wo
     return words->count;
 }
 
-// Whether all fields that are used are as the line says.
+// A tab joins two fields into one, and moves those behind it.
+static bool take_unused_field(const list_line &line, size_t i)
+{
+    cut_line_end(line.field[i]);
+    if (!has_control_characters(line.field[i]))
+        return true;
+    tell(line, i, code::odd_character);
+    return false;
+}
+
+// Whether all fields are as the line says, as far as they are used.
 static bool take_fields(const list_row &row, const list_line &line)
 {
     bool is_good = true;
     for (size_t i = 0; i < line.count && i < row.format.fields; i++) {
         bool is_used = (row.used_fields >> i & 1) != 0;
-        if (is_used &&
-            !take_field(line.all, line.number, row.names[i], line.field[i], LIST_FIELD_MAX))
-            is_good = false;
+        bool is_taken =
+            is_used ? take_field(line.all, line.number, row.names[i], line.field[i], LIST_FIELD_MAX)
+                    : take_unused_field(line, i);
+        is_good = is_good && is_taken;
     }
     return is_good;
 }

@@ -21,7 +21,8 @@ constexpr switch_file files[] = {
 struct switch_line {
     char text[SETTINGS_LINE_MAX];
     char *key;
-    char *value; // trimmed; null for none
+    char *value;      // trimmed; null for none
+    const char *rest; // what stands behind it and is not read; null for nothing
     const switch_key *row;
     const switch_value *effect; // null for a value that changes nothing
 };
@@ -31,12 +32,14 @@ static void split(const char *path, const settings_line &line, switch_line *out)
     memcpy(out->text, line.text, sizeof(out->text));
     out->key = out->text;
     out->value = nullptr;
+    out->rest = nullptr;
     out->effect = nullptr;
     char *equals = strchr(out->text, '=');
     if (equals != nullptr) {
         *equals = '\0';
         char *rest = nullptr;
         out->value = strtok_r(equals + 1, SWITCH_SEPARATORS, &rest);
+        out->rest = strtok_r(nullptr, "= \r\n", &rest);
     }
     out->row = find_switch_key(path, out->key);
     trim_r(out->key);
@@ -131,6 +134,8 @@ static void judge_setting(const settings &all, unsigned number, const switch_lin
         return;
     }
     judge_twice(all, number, line, seen);
+    if (line.rest != nullptr && line.rest[0] != '#')
+        find(all.r, number, row.key, code::extra_fields);
     if (is_shared(row) && line.effect != nullptr)
         find(all.r, number, row.key, code::nat_by_vservers);
 }

@@ -1,0 +1,225 @@
+// "mctl check" as a person or the web interface starts it: the settings that are meant to be right,
+// the two forms of what it writes, and its exit status.
+#include "support/texts.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <jansson.h>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+namespace
+{
+
+struct outcome {
+    int status;
+    std::string text;
+};
+
+outcome mctl(const std::string &words)
+{
+    FILE *pipe = popen((std::string(MCTL_PROGRAM) + " " + words).c_str(), "r");
+    if (pipe == nullptr)
+        throw std::runtime_error("popen");
+    outcome result = {-1, ""};
+    std::array<char, 4096> block;
+    while (size_t length = fread(block.data(), 1, block.size(), pipe))
+        result.text.append(block.data(), length);
+    int ended = pclose(pipe);
+    result.status = WIFEXITED(ended) ? WEXITSTATUS(ended) : -1;
+    return result;
+}
+
+// Settings directories laid over each other, for as long as the object lives.
+class settings
+{
+  public:
+    explicit settings(const std::vector<std::string> &layers)
+    {
+        std::string pattern = std::filesystem::temp_directory_path() / "settings-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("mkdtemp");
+        path = pattern;
+        for (const std::string &layer : layers)
+            std::filesystem::copy(std::string(MCFG_SOURCE_DIR) + "/" + layer, path,
+                                  std::filesystem::copy_options::recursive |
+                                      std::filesystem::copy_options::overwrite_existing);
+    }
+    ~settings() { std::filesystem::remove_all(path); }
+    settings(const settings &) = delete;
+    settings &operator=(const settings &) = delete;
+
+    void write(const std::string &name, const std::string &content) const
+    {
+        std::ofstream(path + name, std::ios::binary) << content;
+    }
+
+    std::string path;
+};
+
+struct right_case {
+    const char *name;
+    std::vector<std::string> layers;
+    std::vector<std::string> warnings; // up to their codes
+};
+
+class right_settings : public ::testing::TestWithParam<right_case>
+{
+};
+
+TEST_P(right_settings, have_no_error_and_no_other_warning)
+{
+    settings tree(GetParam().layers);
+    outcome seen = mctl("check --root " + tree.path);
+    EXPECT_EQ(seen.status, 0);
+    std::vector<std::string> lines = support::lines_of(seen.text);
+    ASSERT_EQ(lines.size(), GetParam().warnings.size() + 1) << seen.text;
+    for (size_t i = 0; i < GetParam().warnings.size(); i++)
+        EXPECT_TRUE(support::begins_with(lines[i], GetParam().warnings[i] + ": ")) << lines[i];
+}
+
+// The tunnels of the example rest over its WAN by DHCP, which its README says.
+constexpr char RESTS[] = "/etc/default/ppp-peers:2:auto: warning: never-dialled";
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(all, right_settings, ::testing::Values(
+    right_case{"router", {"examples/router"}, {RESTS}},
+    right_case{"pppoe", {"examples/router", "examples/pppoe"}, {}},
+    right_case{"static_wan", {"examples/router", "lab/settings/static-wan"}, {RESTS}},
+    right_case{"no_tunnels", {"examples/router", "lab/settings/no-tunnels"}, {}},
+    // Three are dialled at most, which is what these settings show.
+    right_case{"four_tunnels", {"examples/router", "examples/pppoe", "lab/settings/four-tunnels"},
+               {"/etc/default/ppp-peers:5:auto: warning: never-dialled"}},
+    // The provider's lease brings the route, which the settings cannot tell.
+    right_case{"l2tp", {"examples/router", "lab/settings/l2tp"},
+               {"/etc/default/ppp-peers:2:server: warning: server-route"}}),
+    [](const auto &row) { return row.param.name; });
+// clang-format on
+
+constexpr char BAD_RULES[] =
+    "drop \"a - 203.0.113.66 - - - - -\nDROP b - 203.0.113.666 - - - - -\n";
+
+TEST(mctl_check, sums_up_and_ends_with_1_for_an_error)
+{
+    settings tree({"examples/router", "examples/pppoe"});
+    tree.write("/etc/default/rules", BAD_RULES);
+    outcome seen = mctl("check --root " + tree.path);
+    EXPECT_EQ(seen.status, 1);
+    EXPECT_EQ(
+        seen.text,
+        "/etc/default/rules:1:action: error: action: only DROP drops; \"drop\" accepts; write "
+        "DROP or ACCEPT\n"
+        "/etc/default/rules:2:source: error: network: \"203.0.113.666\" is no address, network "
+        "or range that iptables takes, so it refuses the whole table; write an address, "
+        "ADDRESS/BITS or - for any; in rules also FIRST-LAST\n"
+        "2 errors, 0 warnings\n");
+}
+
+TEST(mctl_check, writes_json)
+{
+    settings tree({"examples/router", "examples/pppoe"});
+    tree.write("/etc/default/rules", BAD_RULES);
+    outcome seen = mctl("check --json --root " + tree.path);
+    EXPECT_EQ(seen.status, 1);
+    json_t *array = json_loads(seen.text.c_str(), 0, nullptr);
+    ASSERT_EQ(json_array_size(array), 2U) << seen.text;
+    const char *file = nullptr;
+    const char *field = nullptr;
+    const char *severity = nullptr;
+    const char *code = nullptr;
+    const char *text = nullptr;
+    const char *cure = nullptr;
+    int line = 0;
+    EXPECT_EQ(json_unpack(json_array_get(array, 0), "{s:s, s:i, s:s, s:s, s:s, s:s, s:s !}", "file",
+                          &file, "line", &line, "field", &field, "severity", &severity, "code",
+                          &code, "text", &text, "cure", &cure),
+              0);
+    EXPECT_STREQ(file, "/etc/default/rules");
+    EXPECT_EQ(line, 1);
+    EXPECT_STREQ(field, "action");
+    EXPECT_STREQ(severity, "error");
+    EXPECT_STREQ(code, "action");
+    EXPECT_STREQ(text, "only DROP drops; \"drop\" accepts");
+    EXPECT_STREQ(cure, "write DROP or ACCEPT");
+    json_decref(array);
+}
+
+TEST(mctl_check, writes_json_of_nothing)
+{
+    settings tree({"examples/router", "examples/pppoe"});
+    EXPECT_EQ(mctl("check --json --root " + tree.path).text, "[]\n");
+}
+
+TEST(mctl_check, shows_no_secret)
+{
+    settings tree({"examples/router", "examples/pppoe"});
+    tree.write("/etc/default/ppp-peers", "wan1 pppoe x login s3cret\t vlan2 ac1 isp x\n"
+                                         "wan1 pppoe x " +
+                                             std::string(70, 'l') + " s3cret-" +
+                                             std::string(70, 's') + " - - - -\n");
+    tree.write("/etc/nvram/1", "BssidNum=1\nSSID1=a\nAuthMode=WPA2PSK\nEncrypType=AES\n"
+                               "WPAPSK1=s3cret\n");
+    std::string text = mctl("check --root " + tree.path).text;
+    EXPECT_NE(text.find("auth-key"), std::string::npos) << text;
+    EXPECT_EQ(text.find("s3cret"), std::string::npos) << text;
+    EXPECT_EQ(text.find("llll"), std::string::npos) << text;
+}
+
+TEST(mctl_check, takes_ten_thousand_entries_in_a_second)
+{
+    settings tree({"examples/router", "examples/pppoe"});
+    std::string schedules;
+    std::string devices;
+    for (int i = 0; i < 10000; i++) {
+        std::string name = "s" + std::to_string(i);
+        schedules += name + " 1 - 0111110 08001730 -\n";
+        devices += "02:00:00:00:00:0A " + name + "\n";
+    }
+    tree.write("/etc/default/sched_list", schedules);
+    tree.write("/etc/default/macfilter_list", devices);
+    tree.write("/etc/default/url_filter", "");
+    // Of the processor's time: others may be at work here.
+    outcome seen = mctl("check --root " + tree.path + " && true; s=$?; times | tail -n 1; exit $s");
+    EXPECT_EQ(seen.status, 0);
+    std::vector<std::string> lines = support::lines_of(seen.text);
+    ASSERT_EQ(lines.size(), 2U) << seen.text;
+    EXPECT_EQ(lines[0], "0 errors, 0 warnings");
+    EXPECT_TRUE(support::begins_with(lines[1], "0m0.")) << lines[1];
+}
+
+struct usage_case {
+    const char *name;
+    const char *words;
+    int status;
+};
+
+class mctl_usage : public ::testing::TestWithParam<usage_case>
+{
+};
+
+TEST_P(mctl_usage, ends_with_its_status)
+{
+    outcome seen = mctl(std::string("2>&1 ") + GetParam().words);
+    EXPECT_EQ(seen.status, GetParam().status);
+    EXPECT_NE(seen.text, "");
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(all, mctl_usage, ::testing::Values(
+    usage_case{"nothing", "", 2},
+    usage_case{"help", "--help", 0},
+    usage_case{"other_command", "cheque", 2},
+    usage_case{"other_option", "check --rot /", 2},
+    usage_case{"no_directory_given", "check --root", 2},
+    usage_case{"no_such_directory", "check --root /nowhere", 2},
+    usage_case{"a_file", "check --root /proc/self/status", 2},
+    usage_case{"full_device", "check --root / > /dev/full", 2}),
+    [](const auto &row) { return row.param.name; });
+// clang-format on
+
+} // namespace
