@@ -136,6 +136,16 @@ TEST_F(check_hostile, more_findings_than_are_shown)
     EXPECT_TRUE(support::begins_with(all[FINDINGS_SHOWN], rules_error("too-many") + ": 7 more"));
 }
 
+// A key is shown as the finding's field.
+TEST_F(check_hostile, a_key_of_any_bytes)
+{
+    world.write("/tree/etc/default/ip_filter", "FIREWALL_ENABL\xff\x1b[2J=0\n");
+    const std::string text = check();
+    EXPECT_NE(text.find("/etc/default/ip_filter:1:FIREWALL_ENABL\\xff\\x1b[2J: error: key-prefix"),
+              std::string::npos)
+        << text;
+}
+
 // Each file in turn holds all bytes in an order that a fixed seed gives.
 TEST_F(check_hostile, any_bytes)
 {

@@ -93,11 +93,13 @@ void find(report *r, unsigned line, const char *field, code id, const char *firs
         return;
     r->errors += is_error ? 1 : 0;
     r->warnings += is_error ? 0 : 1;
+    char shown_field[SHOWN_MAX]; // it may be a key as it stands in the file
     char shown_first[SHOWN_MAX];
     char shown_second[SHOWN_MAX];
+    make_printable(shown_field, field);
     make_printable(shown_first, first);
     make_printable(shown_second, second);
-    show(r, line, field, row, shown_first, shown_second);
+    show(r, line, shown_field, row, shown_first, shown_second);
 }
 
 void find_number(report *r, unsigned line, const char *field, code id, unsigned long first,

@@ -19,8 +19,9 @@ struct report {
 };
 
 // A finding about line of the report's file, 0 for the file as a whole; field is its name, or "-"
-// for the line. first and second take the places of "{1}" and "{2}" in the code's texts. They may
-// hold any bytes: what is not printable ASCII is shown as \xHH, and a long text is cut.
+// for the line. first and second take the places of "{1}" and "{2}" in the code's texts. These and
+// the field may hold any bytes: what is not printable ASCII is shown as \xHH, and a long text is
+// cut.
 void find(report *r, unsigned line, const char *field, code id, const char *first = "",
           const char *second = "");
 
