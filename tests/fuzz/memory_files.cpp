@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -114,6 +115,7 @@ int memory_files::add(kind what, int parent, const std::string &name, mode_t mod
 void memory_files::reset()
 {
     change_count = 0;
+    room = SIZE_MAX;
     if (standing == 0) {
         add(kind::directory, ROOT, "", 0755);
         for (const char *path : directories)
@@ -332,6 +334,9 @@ ssize_t memory_files::write(int fd, const char *buffer, size_t size)
         return -1;
     if ((row->flags & O_ACCMODE) == O_RDONLY)
         return fail_with(EBADF);
+    if (size > room)
+        return fail_with(ENOSPC);
+    room -= size;
     std::string &data = nodes[static_cast<size_t>(row->node)].data;
     if (data.size() < row->position + size)
         data.resize(row->position + size);

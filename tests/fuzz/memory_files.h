@@ -27,6 +27,9 @@ class memory_files
     // Take away what is at path, or make a directory where nothing is.
     void spoil(const std::string &path);
 
+    // Let only so many more bytes be written: the disk is full then.
+    void set_room(size_t bytes) { room = bytes; }
+
     // Its content, or null when there is no such file.
     const std::string *read(const std::string &path);
 
@@ -94,6 +97,7 @@ class memory_files
     std::vector<node> nodes;
     size_t used = 0;
     int change_count = 0;
+    size_t room = 0;
     size_t standing = 0; // the nodes of a booted router come first
     std::vector<descriptor> descriptors;
 };

@@ -16,6 +16,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <jansson.h>
+#include <map>
 #include <net/if.h>
 #include <net/route.h>
 #include <netinet/in.h>
@@ -75,6 +76,7 @@ constexpr size_t STREAMS_MAX = 64;
 constexpr size_t BUFFER_SIZE = 1024;
 char buffers[STREAMS_MAX][BUFFER_SIZE];
 std::vector<FILE *> streams;
+std::map<FILE *, int> stream_descriptors; // also of streams long closed
 
 ssize_t read_stream(void *cookie, char *buffer, size_t size)
 {
@@ -83,7 +85,9 @@ ssize_t read_stream(void *cookie, char *buffer, size_t size)
 
 ssize_t write_stream(void *cookie, const char *buffer, size_t size)
 {
-    return here.files.write(static_cast<int>(reinterpret_cast<intptr_t>(cookie)), buffer, size);
+    ssize_t count =
+        here.files.write(static_cast<int>(reinterpret_cast<intptr_t>(cookie)), buffer, size);
+    return count < 0 ? 0 : count; // which is an error to the C library
 }
 
 int close_stream(void *cookie)
@@ -97,6 +101,7 @@ FILE *make_stream(int fd, const char *mode)
     FILE *stream = fopencookie(reinterpret_cast<void *>(static_cast<intptr_t>(fd)), mode, calls);
     setvbuf(stream, buffers[fd % static_cast<int>(STREAMS_MAX)], _IOFBF, BUFFER_SIZE);
     streams.push_back(stream);
+    stream_descriptors[stream] = fd;
     return stream;
 }
 
@@ -488,9 +493,9 @@ int outside_fclose(FILE *stream)
     violated("a stream closed that is not open");
 }
 
-int outside_fileno(FILE *)
+int outside_fileno(FILE *stream)
 {
-    return -1;
+    return stream_descriptors[stream];
 }
 
 int outside_dup2(int, int to)
@@ -613,7 +618,7 @@ int outside_mknod(const char *path, mode_t mode, dev_t)
 
 int outside_socket(int, int, int)
 {
-    if (here.answer() == 0)
+    if (here.answer() != 255)
         return SOCKET;
     errno = EMFILE;
     return -1;

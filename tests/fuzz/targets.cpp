@@ -16,7 +16,7 @@ const target targets[] = {
     {"wan", 3072, test_wan, "start and stop of the WAN from any configuration, store and pid files"},
     {"netbase", 1024, test_netbase, "start and stop of the LAN from any settings and NVRAM"},
     {"peers", 512, test_peers, "the option files of pppd and xl2tpd from any connection"},
-    {"check", 1536, test_check, "mctl check of any settings"},
+    {"check", 2048, test_check, "mctl check of any settings"},
     {"documents", 2048, test_documents, "access to any document, and link records in any store"},
     {"nvram", 768, test_nvram, "NVRAM files: read, set, write again, read back"},
     {"mmac", 512, test_mmac, "the MAC tool with any arguments on any NVRAM"},

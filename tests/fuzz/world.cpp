@@ -51,7 +51,12 @@ void world::obstruct(const std::string *places)
         return;
     std::istringstream list(*places);
     for (std::string path; std::getline(list, path);) {
-        files.spoil(path);
+        char *end = nullptr;
+        size_t room = strtoul(path.c_str(), &end, 10);
+        if (end != path.c_str())
+            files.set_room(room);
+        else
+            files.spoil(path);
         is_obstructed = true;
     }
 }
@@ -118,7 +123,8 @@ documents_check::documents_check()
 
 void documents_check::after() const
 {
-    if (is_store_valid && !is_valid("/var/run/state_link"))
+    // The store is written in place: a full disk tears it.
+    if (!here.is_obstructed && is_store_valid && !is_valid("/var/run/state_link"))
         violated("the link-state store is no JSON any more");
     if (!is_store_locked && is_locked("state_link"))
         violated("the lock of the link-state store stays");

@@ -44,7 +44,8 @@ struct world {
     void put_file(const std::string &path, const std::string *content);
 
     // Places that are not as they should be, a path a line: what is there is gone, and where
-    // nothing is stands a directory. Null for none.
+    // nothing is stands a directory. A number in place of a path is the room left on the disk. Null
+    // for none.
     void obstruct(const std::string *paths);
     bool is_obstructed = false;
 };

@@ -118,6 +118,12 @@ void test_check(input &parts)
         violated("%zu errors as text, %zu as JSON", text.errors, json.errors);
     if (status != (text.errors > 0 ? 1 : 0) || json_status != status)
         violated("status %d with %zu errors", status, text.errors);
+    std::vector<std::string> words = {"mctl"};
+    for (const std::string *word = parts.next(); word != nullptr; word = parts.next())
+        words.emplace_back(word->c_str());
+    output_of(words, &status);
+    if (status < 0 || status > 2)
+        violated("status %d of mctl", status);
     if (here.files.changes() != 0)
         violated("the settings were changed");
 }

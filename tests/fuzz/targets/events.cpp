@@ -104,6 +104,8 @@ void test_ppp(input &parts)
         violated("status %d of ip-down", status);
     documents.after();
 
+    if (here.is_obstructed) // then the store is as its writing in place has left it
+        return;
     json_t *after = links_of_store();
     // A link that was taken into use has one record more, or a new one for its name.
     bool is_used = is_up && has_tool("sys_netbase", "save_ppp_info", "add");

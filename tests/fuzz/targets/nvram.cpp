@@ -135,6 +135,8 @@ void test_nvram(input &parts)
     set_one(section, path, second, value + value);
     set_one(section, path, second, "");
     nvram_close(section);
+    if (nvram_init(section + 4) == 0 || nvram_close(section + 4) == 0)
+        violated("a section that there is not");
     nvram_bufset(section - 8, first.c_str(), value.c_str());
     expect_same(nvram_bufget(section + 4, first.c_str()), "");
 }
@@ -186,12 +188,15 @@ void test_wireless(input &parts)
     int mode = parts.next_text().empty() ? NVRAM_WIRELESS : NVRAM_DEVICE;
     here.answers = parts.next_text();
     here.obstruct(parts.next());
+    const std::string *before = parts.next();
+    if (before != nullptr && !here.is_obstructed)
+        here.put_file(path, before);
     section_model model(content_of("/etc/nvram/1"));
     gen_config("br0", mode);
     const std::string *profile = here.files.read(path);
     if (!here.is_obstructed && (profile != nullptr) != (mode == NVRAM_WIRELESS))
         violated("a profile in mode %d", mode);
-    if (profile != nullptr)
+    if (profile != nullptr && !here.is_obstructed)
         check_profile(*profile, model);
     start_wifi("br0");
 }
