@@ -79,6 +79,8 @@ enum class code : unsigned char {
     key_prefix,
     switch_value,
     nat_by_vservers,
+    ping_open,
+    mss_bypassed,
     switches_unread,
     mac_list_missing,
     mac_list_empty,
@@ -161,7 +163,7 @@ struct code_row {
     const char *example; // a line that raises it, remarks in parentheses; escapes as in C
 };
 
-constexpr size_t CODES = 124;
+constexpr size_t CODES = 126;
 extern const code_row code_rows[CODES];
 
 const code_row &row_of(code id);

@@ -118,6 +118,19 @@ static void judge_twice(const settings &all, unsigned number, const switch_line 
     before = {number, line.effect};
 }
 
+// What other settings make of this one.
+static void judge_company(const settings &all, unsigned number, const switch_line &line)
+{
+    const switch_key &row = *line.row;
+    if (is_shared(row))
+        find(all.r, number, row.key, code::nat_by_vservers);
+    if (row.target == &fw.wan_ping && fw.firewall == 0)
+        find(all.r, number, row.key, code::ping_open);
+    bool is_pppoe = strcmp(all.interfaces[WIRED_WAN].type, "pppoe") == 0;
+    if (row.target == &fw.mac_mode && line.effect->value == MAC_DENY && is_pppoe)
+        find(all.r, number, row.key, code::mss_bypassed);
+}
+
 static void judge_setting(const settings &all, unsigned number, const switch_line &line,
                           switch_seen *seen)
 {
@@ -136,8 +149,8 @@ static void judge_setting(const settings &all, unsigned number, const switch_lin
     judge_twice(all, number, line, seen);
     if (line.rest != nullptr && line.rest[0] != '#')
         find(all.r, number, row.key, code::extra_fields);
-    if (is_shared(row) && line.effect != nullptr)
-        find(all.r, number, row.key, code::nat_by_vservers);
+    if (line.effect != nullptr)
+        judge_company(all, number, line);
 }
 
 static bool is_unread(const settings &all, const char *path)
