@@ -5,6 +5,7 @@
 #include "support/texts.h"
 #include "support/unit_test.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -150,19 +151,21 @@ TEST_F(check_hostile, a_key_of_any_bytes)
 // Each file in turn holds all bytes in an order that a fixed seed gives.
 TEST_F(check_hostile, any_bytes)
 {
+    static constexpr char usual[] = " -\n#=01.a\t\r\0";
     unsigned state = 1;
     for (const std::string &name : world.list("/tree/etc/default")) {
-        for (int round = 0; round < 20; round++) {
+        for (int round = 0; round < 6; round++) {
             std::string bytes;
-            for (int i = 0; i < 3000; i++) {
+            for (int i = 0; i < 2000; i++) {
                 state = state * 1664525 + 1013904223;
                 unsigned char byte = static_cast<unsigned char>(state >> 24);
-                bytes += round % 2 == 0 ? static_cast<char>(byte) : " -\n#=01.a\t\r\0"[byte % 13];
+                bytes += round % 2 == 0 ? static_cast<char>(byte) : usual[byte % (sizeof usual)];
             }
             world.write("/tree/etc/default/" + name, bytes);
             std::string text = check();
-            for (char c : text)
-                ASSERT_TRUE(c == '\n' || (c >= ' ' && c <= '~'));
+            bool is_plain = std::all_of(text.begin(), text.end(),
+                                        [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); });
+            EXPECT_TRUE(is_plain) << name << " " << round;
         }
     }
 }
