@@ -26,11 +26,10 @@ endif()
 # independence it would be twice the size, and would gain nothing: the board's kernel places no program at
 # random. So that is the one part of cmake/hardening.cmake that it does without; and of the stack, it guards
 # the functions that have text or addresses in it (arrays of four bytes and more), which is what a stranger
-# could overrun. Instructions are left in the order they come in, and values where they are, which packs
-# better and costs next to nothing
-# on this processor.
+# could overrun. What makes code faster and pack worse is left out: it costs next to nothing on this processor.
 # tests/budget.cmake holds what all this comes to.
 set(MCFG_BOARD_COMPILE -fno-pic -mno-shared -mplt -mips16 -flto -fno-schedule-insns2 -fno-caller-saves
+                       -fno-reorder-blocks -fno-guess-branch-probability -fno-gcse
                        -fstack-protector --param=ssp-buffer-size=4)
 set(MCFG_BOARD_LINK -no-pie -flto)
 set(MCFG_BOARD_LAYOUT ${CMAKE_CURRENT_LIST_DIR}/mipsel.ld)

@@ -3,7 +3,8 @@
 //
 // Every reader writes its lines to the end of file and returns 0, or -1 when its list cannot be
 // opened (reported on standard error with the path; nothing is written then). Callers go on with
-// the next group of rules in any case. accept_target and drop_target are the chains for the two
+// the next group of rules in any case, but do not load a table when the result is LIST_TORN
+// (firewall/rule_writer.h). accept_target and drop_target are the chains for the two
 // verdicts. Readers that log "start" and "done" do so with their own tag.
 #pragma once
 

@@ -4,24 +4,24 @@
 #include "firewall/rule_table.h"
 #include "firewall/switches.h"
 
-static void mac_filters(FILE *file, const rule_values &values)
+static int mac_filters(FILE *file, const rule_values &values)
 {
-    get_mac_filters(file, values.lan_if, values.accept_target, values.drop_target);
+    return get_mac_filters(file, values.lan_if, values.accept_target, values.drop_target);
 }
 
-static void user_rules(FILE *file, const rule_values &values)
+static int user_rules(FILE *file, const rule_values &values)
 {
-    get_user_rules(file, values.accept_target, values.drop_target);
+    return get_user_rules(file, values.accept_target, values.drop_target);
 }
 
-static void url_filters(FILE *file, const rule_values &values)
+static int url_filters(FILE *file, const rule_values &values)
 {
-    get_url_filters(file, values.accept_target, values.drop_target);
+    return get_url_filters(file, values.accept_target, values.drop_target);
 }
 
-static void router_access(FILE *file, const rule_values &)
+static int router_access(FILE *file, const rule_values &)
 {
-    get_haccess_rules(file);
+    return get_haccess_rules(file);
 }
 
 // clang-format off

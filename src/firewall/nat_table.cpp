@@ -5,19 +5,19 @@
 #include "firewall/switches.h"
 #include "util/ip_query.h"
 
-static void vservers(FILE *file, const rule_values &)
+static int vservers(FILE *file, const rule_values &)
 {
-    get_vservers_rules(file);
+    return get_vservers_rules(file);
 }
 
-static void masquerading(FILE *file, const rule_values &)
+static int masquerading(FILE *file, const rule_values &)
 {
-    get_masquerading(file);
+    return get_masquerading(file);
 }
 
-static void port_triggers(FILE *file, const rule_values &values)
+static int port_triggers(FILE *file, const rule_values &values)
 {
-    porttrigger_setting_morvi(file, values.lan_if);
+    return porttrigger_setting_morvi(file, values.lan_if);
 }
 
 // clang-format off

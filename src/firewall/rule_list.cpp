@@ -9,6 +9,7 @@ bool open_list(list_reader *reader, const list_format &format)
 {
     reader->format = &format;
     reader->entry = {};
+    reader->is_torn = false;
     reader->file = open_settings(format.path);
     return reader->file != nullptr;
 }
@@ -55,8 +56,12 @@ bool next_entry(list_reader *reader)
 {
     const list_format &format = *reader->format;
     char line[SETTINGS_LINE_MAX];
-    if (!next_settings_line(reader->file, line, format.hash_lines))
+    if (!next_settings_line(reader->file, line, format.hash_lines)) {
+        reader->is_torn = ferror(reader->file) != 0;
+        if (reader->is_torn)
+            perror(format.path);
         return false;
+    }
     if (format.missing == missing_fields::emptied)
         reader->entry = {};
     split(&reader->entry, format, line);

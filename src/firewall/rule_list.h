@@ -40,13 +40,15 @@ struct list_reader {
     const list_format *format;
     FILE *file;
     list_entry entry;
+    bool is_torn; // the end could not be read
 };
 
 // Open the list. A failure is reported on standard error with the path as prefix and gives false;
 // there is nothing to close then.
 bool open_list(list_reader *reader, const list_format &format);
 
-// Read the next entry into reader->entry. Returns false at the end of the list.
+// Read the next entry into reader->entry. Returns false at the end of the list, and when reading
+// fails, which is reported on standard error with the path.
 bool next_entry(list_reader *reader);
 
 void close_list(list_reader *reader);

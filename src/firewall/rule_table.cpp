@@ -1,5 +1,7 @@
 #include "firewall/rule_table.h"
 
+#include "firewall/rule_writer.h"
+#include "util/output_file.h"
 #include "util/shell.h"
 
 #include <string.h>
@@ -52,17 +54,17 @@ int write_rule_file(const char *path, const rule_row *rows, size_t count, const 
     FILE *file = fopen(path, "w");
     if (file == nullptr)
         return -1;
+    bool is_whole = true;
     for (size_t i = 0; i < count; i++) {
         const rule_row &row = rows[i];
         if (!is_on(row.needed) || !is_on(row.also_needed))
             continue;
         if (row.line != nullptr)
             write_line(file, row.line, values);
-        else
-            row.list(file, values);
+        else if (row.list(file, values) == LIST_TORN)
+            is_whole = false;
     }
-    fclose(file);
-    return 0;
+    return close_output(file, path) && is_whole ? 0 : -1;
 }
 
 int load_rule_file(const char *path)

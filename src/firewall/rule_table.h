@@ -20,13 +20,15 @@ constexpr const int *ALWAYS = nullptr;
 struct rule_row {
     const int *needed; // this switch must not be 0
     const char *line;  // without its line end; null for a list
-    // Writes the lines of one of the user's lists. What it cannot read it reports by itself.
-    void (*list)(FILE *file, const rule_values &values) = nullptr;
+    // Writes the lines of one of the user's lists. What it cannot read it reports by itself. Its
+    // result is of interest when it is LIST_TORN.
+    int (*list)(FILE *file, const rule_values &values) = nullptr;
     const int *also_needed = ALWAYS;
 };
 
 // Write the table to a new file path. Returns 0, or -1 when it cannot be created, which is not
-// reported.
+// reported, or is not whole: not all of it could be stored (reported on standard error with the
+// path), or one of the lists could not be read to its end. Such a file must not be loaded.
 int write_rule_file(const char *path, const rule_row *rows, size_t count,
                     const rule_values &values);
 

@@ -9,6 +9,7 @@ int write_rules(const rule_source &source, rule_output out)
 {
     if (source.tag != nullptr)
         logmessage(source.tag, "start");
+    forget_schedules();
     list_reader reader;
     if (!open_list(&reader, source.format))
         return -1;
@@ -16,6 +17,8 @@ int write_rules(const rule_source &source, rule_output out)
     while (goes_on && next_entry(&reader))
         goes_on = source.write_entry(reader.entry, &out);
     close_list(&reader);
+    if (reader.is_torn || are_schedules_torn())
+        return LIST_TORN;
     if (!goes_on)
         return -1;
     if (source.write_closing != nullptr)

@@ -48,8 +48,12 @@ struct rule_source {
     void (*write_closing)(const rule_output &out); // behind the last entry; may be null
 };
 
-// Write the rules of all entries. Returns 0, or -1 when the list cannot be opened (reported on
-// standard error with its path) or a writer gives it up.
+// A list whose end could not be read, or the end of the schedules that it names. What has been
+// written of it must not be loaded: the rules that are missing may be those that keep somebody out.
+constexpr int LIST_TORN = -2;
+
+// Write the rules of all entries. Returns 0, -1 when the list cannot be opened (reported on
+// standard error with its path) or a writer gives it up, or LIST_TORN (reported, too).
 int write_rules(const rule_source &source, rule_output out);
 
 // A field that becomes an option of its rule, unless it is "-".

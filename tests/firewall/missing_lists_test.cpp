@@ -1,5 +1,6 @@
 #include "firewall/filter_lists.h"
 #include "firewall/nat_lists.h"
+#include "firewall/rule_writer.h"
 
 #include "firewall/list_test.h"
 
@@ -30,14 +31,15 @@ TEST_P(missing_list, is_reported_and_gives_no_rules)
     EXPECT_EQ(world.trace(), GetParam().trace);
 }
 
-TEST_P(missing_list, that_is_a_directory_has_no_entries)
+TEST_P(missing_list, that_cannot_be_read_to_its_end_is_torn)
 {
     fw = {};
     fw.mac_mode = MAC_DENY;
-    world.mkdir(GetParam().path);
+    world.mkdir(GetParam().path); // opened like a file, and refuses to be read
     written seen = write_rules(GetParam().read);
-    EXPECT_EQ(seen.result, 0);
-    EXPECT_EQ(seen.messages, "");
+    EXPECT_EQ(seen.result, LIST_TORN);
+    EXPECT_EQ(seen.rules, "");
+    EXPECT_EQ(seen.messages, std::string(GetParam().path) + ": Is a directory\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -155,6 +155,7 @@ TEST_P(schedule_use, leaves_or_changes_the_match_before)
                            "bad 1 - 0100000 8-17 -\n"
                            "off 0 - 0100000 08001730 -\n"
                            "always 1 - 0100000 08001730 -\n");
+    forget_schedules();
     char out[TIME_MATCH_MAX] = "before";
     schedule_to_match(out, GetParam().schedule);
     EXPECT_STREQ(out, GetParam().expected);

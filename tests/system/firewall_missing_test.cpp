@@ -303,4 +303,69 @@ TEST_F(firewall_command, reads_lists_of_any_length)
     EXPECT_EQ(nat.substr(begin, end - begin), rules);
 }
 
+// A list or a disk that fails half-way. The table that would lack some of its rules is not loaded,
+// since these may be the ones that keep somebody out; the others are.
+struct torn_case {
+    const char *list; // cannot be read
+    const char *loaded;
+};
+
+class torn_list : public firewall_command, public ::testing::WithParamInterface<torn_case>
+{
+};
+
+constexpr char WITHOUT_FILTER[] = "shell iptables-restore /tmp/nat_rules\n"
+                                  "shell iptables-restore /tmp/mangle_rules\n";
+constexpr char WITHOUT_NAT[] = "shell iptables-restore /tmp/filter_rules\n"
+                               "shell iptables-restore /tmp/mangle_rules\n";
+
+TEST_P(torn_list, leaves_its_table_as_it_was)
+{
+    use_example();
+    box.write("/etc/default/macfilter_list", "00:11:22:33:44:55 work\n");
+    box.remove(GetParam().list);
+    box.mkdir(GetParam().list); // opened like a file, and refuses to be read
+    support::outcome seen = update();
+    EXPECT_EQ(seen.out, PROGRESS);
+    EXPECT_EQ(seen.err, std::string(GetParam().list) + ": Is a directory\n");
+    EXPECT_EQ(box.trace_of({"shell", "run"}), GetParam().loaded);
+}
+
+INSTANTIATE_TEST_SUITE_P(lists, torn_list,
+                         ::testing::Values(torn_case{"/etc/default/rules", WITHOUT_FILTER},
+                                           torn_case{"/etc/default/macfilter_list", WITHOUT_FILTER},
+                                           torn_case{"/etc/default/url_filter", WITHOUT_FILTER},
+                                           torn_case{"/etc/default/httpd_access.conf",
+                                                     WITHOUT_FILTER},
+                                           torn_case{"/etc/default/vservers", WITHOUT_NAT},
+                                           torn_case{"/etc/default/masq", WITHOUT_NAT},
+                                           torn_case{"/etc/default/trigger_ports", WITHOUT_NAT}));
+
+TEST_F(firewall_command, leaves_the_tables_of_a_torn_schedule_list_as_they_were)
+{
+    use_example();
+    box.write("/etc/default/macfilter_list", "00:11:22:33:44:55 work\n00:11:22:33:44:66 work\n");
+    box.write("/etc/default/url_filter", "example.net always\n");
+    box.remove("/etc/default/sched_list");
+    box.mkdir("/etc/default/sched_list");
+    EXPECT_EQ(update().err, "/etc/default/sched_list: Is a directory\n");
+    EXPECT_EQ(box.trace_of({"shell", "run"}), WITHOUT_FILTER);
+}
+
+TEST_F(firewall_command, leaves_the_tables_as_they_were_when_the_disk_is_full)
+{
+    use_example();
+    std::string forwards;
+    for (int i = 0; i < 400; i++)
+        forwards += "web tcp 8080 80 192.168.1.20 - - - -\n";
+    box.write("/etc/default/vservers", forwards);
+    box.disk("/tmp", "8k");
+    support::outcome seen = update();
+    EXPECT_EQ(seen.out, PROGRESS);
+    EXPECT_EQ(seen.err, "/tmp/nat_rules: No space left on device\n"
+                        "/tmp/filter_rules: No space left on device\n"
+                        "/tmp/mangle_rules: No space left on device\n");
+    EXPECT_EQ(box.trace_of({"shell", "run"}), "");
+}
+
 } // namespace
