@@ -4,6 +4,7 @@
 #include "util/text.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <stdio.h>
@@ -28,12 +29,13 @@ static int query(int fd, unsigned long number, ifreq *request, const char *prefi
 int get_ip_mask_from_iface(const char *ifname, char (&ipaddr)[QUERY_TEXT_MAX],
                            char (&netmask)[QUERY_TEXT_MAX])
 {
-    // Never closed: this process asks once and ends soon.
+    // Never closed: this process asks once and ends soon. It is no business of what it starts.
     int fd = socket(AF_INET, SOCK_DGRAM, 0);
     if (fd < 0) {
         perror("socket");
         return -1;
     }
+    fcntl(fd, F_SETFD, FD_CLOEXEC);
     ifreq request = {};
     text_set(request.ifr_name, ifname);
     if (query(fd, SIOCGIFADDR, &request, "ioctl SIOCGIFADDR", ipaddr) != 0)

@@ -2,7 +2,10 @@
 
 #include "support/unit_test.h"
 
+#include <fcntl.h>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace
 {
@@ -73,6 +76,19 @@ TEST_F(address_query, reads_what_the_interface_has)
     EXPECT_STREQ(netmask, "255.255.240.0");
     EXPECT_TRACE("log get_ip_mask_from_iface: ipaddr = 10.20.30.40, mask = 255.255.240.0\\n",
                  world.trace_of({"log"}));
+}
+
+TEST_F(address_query, leaves_no_descriptor_to_what_is_started_later)
+{
+    world.interface("vlan2");
+    world.in_network({"ip", "addr", "add", "10.20.30.40/20", "dev", "vlan2"});
+    int next = dup(STDIN_FILENO); // the number that the query's socket will have
+    close(next);
+    EXPECT_EQ(ask("vlan2"), "");
+    struct stat status;
+    ASSERT_EQ(fstat(next, &status), 0);
+    ASSERT_TRUE(S_ISSOCK(status.st_mode));
+    EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
 }
 
 TEST_F(address_query, of_an_interface_without_address_fails)
