@@ -25,27 +25,20 @@ static void log_field(const char *tag, size_t index, const char (&field)[LIST_FI
     log_text(tag, line);
 }
 
-static void set_field(char (&field)[LIST_FIELD_MAX], const char *text, size_t length)
-{
-    if (length > LIST_FIELD_MAX - 1)
-        length = LIST_FIELD_MAX - 1;
-    memcpy(field, text, length);
-    field[length] = '\0';
-}
-
-static void split(list_entry *entry, const list_format &format, const char *line)
+static void split(list_entry *entry, const list_format &format, char *line)
 {
     const char *separators = " ";
     for (size_t i = 0; i < format.fields; i++) {
-        line += strspn(line, separators);
-        size_t length = strcspn(line, separators);
+        char *text = line + strspn(line, separators);
+        size_t length = strcspn(text, separators);
         if (length == 0)
             return;
-        const char *text = line;
-        line += length;
-        while (format.end == field_end::trimmed && length > 0 && is_trimmed(text[length - 1]))
-            length--;
-        set_field(entry->field[i], text, length);
+        line = text + length;
+        if (*line != '\0')
+            *line++ = '\0';
+        if (format.end == field_end::trimmed)
+            trim_r(text);
+        text_set(entry->field[i], text);
         if (format.field_tag != nullptr)
             log_field(format.field_tag, i, entry->field[i]);
         separators = format.separators;

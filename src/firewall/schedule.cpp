@@ -70,17 +70,10 @@ static void read_schedules()
     close_list(&reader);
 }
 
+// What has been read stays in memory until this process ends, which is soon.
 void forget_schedules()
 {
-    for (schedule *&chain : schedules.chains) {
-        while (chain != nullptr) {
-            schedule *next = chain->next;
-            free(chain);
-            chain = next;
-        }
-    }
-    schedules.are_read = false;
-    schedules.are_torn = false;
+    schedules = {};
 }
 
 bool are_schedules_torn()

@@ -47,7 +47,7 @@ int text_to_int(const char *text)
     return static_cast<int>(value);
 }
 
-bool is_trimmed(char c)
+static bool is_trimmed(char c)
 {
     return c == ' ' || c == '\n' || c == '\r';
 }

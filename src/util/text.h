@@ -34,9 +34,6 @@ int text_to_int(const char *text);
 // Tabs and anything else stop the trimming.
 char *trim_r(char *text);
 
-// Whether trim_r removes c from the end of a text.
-bool is_trimmed(char c);
-
 // Write the six bytes of mac as twelve upper-case hexadecimal digits without separators into out,
 // which must hold 13 characters. Returns out.
 char *ether_etoa2(const unsigned char *mac, char *out);
