@@ -11,11 +11,11 @@
 // User rules
 
 constexpr option_field user_rule_options[] = {
-    {RULE_PROTOCOL, "-p", nullptr},
-    {RULE_SOURCE, "-s", "--src-range"},
-    {RULE_SOURCE_PORT, "--sport", nullptr},
-    {RULE_DESTINATION, "-d", "--dst-range"},
-    {RULE_DESTINATION_PORT, "--dport", nullptr},
+    {RULE_PROTOCOL, " -p ", nullptr},
+    {RULE_SOURCE, " -s ", " --src-range "},
+    {RULE_SOURCE_PORT, " --sport ", nullptr},
+    {RULE_DESTINATION, " -d ", " --dst-range "},
+    {RULE_DESTINATION_PORT, " --dport ", nullptr},
 };
 
 static bool write_user_rule(const list_entry &entry, rule_output *out)

@@ -36,9 +36,9 @@ int get_vservers_rules(FILE *file)
 // Masquerading
 
 constexpr option_field masquerading_options[] = {
-    {MASQ_SOURCE, "-s", nullptr},
-    {MASQ_PROTOCOL, "-p", nullptr},
-    {MASQ_PORT, "--dport", nullptr},
+    {MASQ_SOURCE, " -s ", nullptr},
+    {MASQ_PROTOCOL, " -p ", nullptr},
+    {MASQ_PORT, " --dport ", nullptr},
 };
 
 static bool write_masquerading_rule(const list_entry &entry, rule_output *out)

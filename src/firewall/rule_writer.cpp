@@ -48,6 +48,6 @@ void add_options(rule_text *rule, const option_field *options, size_t count,
         if (strcmp(value, NOT_GIVEN) == 0)
             continue;
         bool is_range = row.range_option != nullptr && strchr(value, '-') != nullptr;
-        add(rule, " ", is_range ? row.range_option : row.option, " ", value);
+        add(rule, is_range ? row.range_option : row.option, value);
     }
 }

@@ -59,7 +59,7 @@ int write_rules(const rule_source &source, rule_output out);
 // A field that becomes an option of its rule, unless it is "-".
 struct option_field {
     size_t field;
-    const char *option;
+    const char *option;       // between blanks
     const char *range_option; // for a text with a hyphen in it; null when ranges are no different
 };
 
