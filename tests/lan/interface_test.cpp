@@ -1,6 +1,6 @@
 #include "lan/interface.h"
 
-#include "lan/kernel_state.h"
+#include "support/kernel_state.h"
 #include "support/unit_test.h"
 
 #include <errno.h>
@@ -48,16 +48,16 @@ TEST_F(ifconfig_call, only_clears_the_flags)
     world.clear_trace();
     EXPECT_EQ(ifconfig("vlan1", IFACE_DOWN, nullptr, nullptr), 0);
     EXPECT_TRACE("ioctl vlan1 SIOCSIFFLAGS 0x0", world.trace());
-    EXPECT_EQ(flags_of(world, "vlan1").find("UP"), std::string::npos);
-    EXPECT_EQ(addresses_of(world, "vlan1"), "10.1.2.3/16 brd 10.1.255.255;");
+    EXPECT_FALSE(kernel_state::is_up(world, "vlan1"));
+    EXPECT_EQ(kernel_state::addresses(world, "vlan1"), "10.1.2.3/16 broadcast 10.1.255.255");
 }
 
 TEST_F(ifconfig_call, only_sets_the_flags)
 {
     EXPECT_EQ(ifconfig("vlan1", IFACE_UP, nullptr, nullptr), 0);
     EXPECT_TRACE("ioctl vlan1 SIOCSIFFLAGS 0x1043", world.trace());
-    EXPECT_EQ(flags_of(world, "vlan1"), "BROADCAST,MULTICAST,UP,LOWER_UP");
-    EXPECT_EQ(addresses_of(world, "vlan1"), "");
+    EXPECT_EQ(kernel_state::flags(world, "vlan1"), "BROADCAST,MULTICAST,UP,LOWER_UP");
+    EXPECT_EQ(kernel_state::addresses(world, "vlan1"), "");
 }
 
 // What is not among the flags is taken away: nothing is merged.
@@ -65,7 +65,7 @@ TEST_F(ifconfig_call, writes_the_flags_whole)
 {
     world.in_network({"ip", "link", "set", "vlan1", "promisc", "on", "arp", "off"});
     EXPECT_EQ(ifconfig("vlan1", IFACE_UP, nullptr, nullptr), 0);
-    EXPECT_EQ(flags_of(world, "vlan1"), "BROADCAST,MULTICAST,UP,LOWER_UP");
+    EXPECT_EQ(kernel_state::flags(world, "vlan1"), "BROADCAST,MULTICAST,UP,LOWER_UP");
 }
 
 TEST_F(ifconfig_call, sets_address_netmask_and_broadcast)
@@ -78,7 +78,7 @@ TEST_F(ifconfig_call, sets_address_netmask_and_broadcast)
         ioctl vlan1 SIOCSIFBRDADDR 192.168.0.255
     )",
                  world.trace());
-    EXPECT_EQ(addresses_of(world, "vlan1"), "192.168.0.1/24 brd 192.168.0.255;");
+    EXPECT_EQ(kernel_state::addresses(world, "vlan1"), "192.168.0.1/24 broadcast 192.168.0.255");
 }
 
 struct addressing {
@@ -95,21 +95,21 @@ constexpr addressing ADDRESSINGS[] = {
      "ioctl vlan1 SIOCSIFADDR 172.16.200.77\n"
      "ioctl vlan1 SIOCSIFNETMASK 255.255.255.192\n"
      "ioctl vlan1 SIOCSIFBRDADDR 172.16.200.127\n",
-     "172.16.200.77/26 brd 172.16.200.127;"},
+     "172.16.200.77/26 broadcast 172.16.200.127"},
     {"host netmask", "10.0.0.1", "255.255.255.255",
      "ioctl vlan1 SIOCSIFADDR 10.0.0.1\n"
      "ioctl vlan1 SIOCSIFNETMASK 255.255.255.255\n"
      "ioctl vlan1 SIOCSIFBRDADDR 10.0.0.1\n",
-     "10.0.0.1/32 brd 10.0.0.1;"},
+     "10.0.0.1/32 broadcast 10.0.0.1"},
     {"no netmask", "10.1.2.3", nullptr, "ioctl vlan1 SIOCSIFADDR 10.1.2.3\n",
-     "10.1.2.3/8 brd 10.255.255.255;"},
+     "10.1.2.3/8 broadcast 10.255.255.255"},
     {"empty netmask", "10.1.2.3", "", "ioctl vlan1 SIOCSIFADDR 10.1.2.3\n",
-     "10.1.2.3/8 brd 10.255.255.255;"},
+     "10.1.2.3/8 broadcast 10.255.255.255"},
     {"netmask without an address", nullptr, "255.255.255.0", "", ""},
     {"netmask with an empty address", "", "255.255.255.0", "", ""},
     {"zero address", "0.0.0.0", nullptr, "ioctl vlan1 SIOCSIFADDR 0.0.0.0\n", ""},
     {"no dotted quad", "router", nullptr, "ioctl vlan1 SIOCSIFADDR 255.255.255.255\n",
-     "255.255.255.255/0 brd 255.255.255.255;"},
+     "255.255.255.255/0 broadcast 255.255.255.255"},
 };
 
 TEST_F(ifconfig_call, addresses_as_told)
@@ -120,8 +120,8 @@ TEST_F(ifconfig_call, addresses_as_told)
         world.clear_trace();
         ifconfig("vlan1", IFACE_UP, row.address, row.netmask);
         EXPECT_TRACE("ioctl vlan1 SIOCSIFFLAGS 0x1043\n" + std::string(row.trace), world.trace());
-        EXPECT_EQ(addresses_of(world, "vlan1"), row.kernel);
-        EXPECT_NE(flags_of(world, "vlan1").find("UP"), std::string::npos);
+        EXPECT_EQ(kernel_state::addresses(world, "vlan1"), row.kernel);
+        EXPECT_TRUE(kernel_state::is_up(world, "vlan1"));
     }
 }
 
@@ -129,14 +129,14 @@ TEST_F(ifconfig_call, with_a_zero_address_takes_the_address_away)
 {
     ifconfig("vlan1", IFACE_UP, "10.1.2.3", "255.255.0.0");
     EXPECT_EQ(ifconfig("vlan1", IFACE_UP, "0.0.0.0", nullptr), 0);
-    EXPECT_EQ(addresses_of(world, "vlan1"), "");
+    EXPECT_EQ(kernel_state::addresses(world, "vlan1"), "");
 }
 
 TEST_F(ifconfig_call, replaces_the_address)
 {
     ifconfig("vlan1", IFACE_UP, "10.1.2.3", "255.255.0.0");
     ifconfig("vlan1", IFACE_UP, "192.168.0.1", "255.255.255.0");
-    EXPECT_EQ(addresses_of(world, "vlan1"), "192.168.0.1/24 brd 192.168.0.255;");
+    EXPECT_EQ(kernel_state::addresses(world, "vlan1"), "192.168.0.1/24 broadcast 192.168.0.255");
 }
 
 struct failure {
@@ -203,7 +203,8 @@ TEST_F(ifconfig_call, takes_a_name_of_fifteen_characters)
 {
     world.interface("fifteen-letters");
     EXPECT_EQ(ifconfig("fifteen-letters", IFACE_UP, "10.0.0.1", "255.0.0.0"), 0);
-    EXPECT_EQ(addresses_of(world, "fifteen-letters"), "10.0.0.1/8 brd 10.255.255.255;");
+    EXPECT_EQ(kernel_state::addresses(world, "fifteen-letters"),
+              "10.0.0.1/8 broadcast 10.255.255.255");
 }
 
 TEST_F(ifconfig_call, of_an_empty_name_fails)

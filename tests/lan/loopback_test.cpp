@@ -1,6 +1,6 @@
 #include "lan/loopback.h"
 
-#include "lan/kernel_state.h"
+#include "support/kernel_state.h"
 #include "support/unit_test.h"
 
 #include <errno.h>
@@ -22,9 +22,9 @@ class loopback : public support::unit_test
 TEST_F(loopback, has_its_address_and_network)
 {
     EXPECT_EQ(config_loopback(), 0);
-    EXPECT_EQ(addresses_of(world, "lo"), "127.0.0.1/8 brd 127.255.255.255;");
-    EXPECT_EQ(flags_of(world, "lo"), "LOOPBACK,MULTICAST,UP,LOWER_UP");
-    EXPECT_EQ(routes_over(world, "lo"), "127.0.0.0/8 scope link;");
+    EXPECT_EQ(kernel_state::addresses(world, "lo"), "127.0.0.1/8 broadcast 127.255.255.255");
+    EXPECT_EQ(kernel_state::flags(world, "lo"), "LOOPBACK,MULTICAST,UP,LOWER_UP");
+    EXPECT_EQ(kernel_state::routes_over(world, "lo"), "127.0.0.0/8 scope link\n");
     EXPECT_TRACE(R"(
         ioctl lo SIOCSIFFLAGS 0x1043
         ioctl lo SIOCSIFADDR 127.0.0.1

@@ -1,7 +1,7 @@
 #include "lan/route.h"
 
 #include "lan/interface.h"
-#include "lan/kernel_state.h"
+#include "support/kernel_state.h"
 #include "support/unit_test.h"
 
 #include <errno.h>
@@ -59,34 +59,34 @@ struct request {
 // does not show.
 constexpr request REQUESTS[] = {
     {"default route", 1, "0.0.0.0", "10.0.0.1", "0.0.0.0",
-     "0.0.0.0/0.0.0.0 via 10.0.0.1 metric 1 flags 0x3", "default via 10.0.0.1 scope global;"},
+     "0.0.0.0/0.0.0.0 via 10.0.0.1 metric 1 flags 0x3", "default via 10.0.0.1 scope global\n"},
     {"default route with a metric", 102, "0.0.0.0", "10.0.0.1", "0.0.0.0",
      "0.0.0.0/0.0.0.0 via 10.0.0.1 metric 102 flags 0x3",
-     "default via 10.0.0.1 metric 101 scope global;"},
+     "default via 10.0.0.1 metric 101 scope global\n"},
     {"no addresses at all", 0, nullptr, nullptr, nullptr, "0.0.0.0/0.0.0.0 metric 0 flags 0x1",
-     "default scope link;"},
+     "default scope link\n"},
     {"empty texts are no addresses either", 0, "", "", "", "0.0.0.0/0.0.0.0 metric 0 flags 0x1",
-     "default scope link;"},
+     "default scope link\n"},
     {"network", 0, "172.16.0.0", nullptr, "255.255.0.0",
-     "172.16.0.0/255.255.0.0 metric 0 flags 0x1", "172.16.0.0/16 scope link;"},
+     "172.16.0.0/255.255.0.0 metric 0 flags 0x1", "172.16.0.0/16 scope link\n"},
     {"network with a metric", 6, "172.16.0.0", nullptr, "255.255.0.0",
-     "172.16.0.0/255.255.0.0 metric 6 flags 0x1", "172.16.0.0/16 metric 5 scope link;"},
+     "172.16.0.0/255.255.0.0 metric 6 flags 0x1", "172.16.0.0/16 metric 5 scope link\n"},
     {"network behind a gateway", 0, "172.16.0.0", "10.0.0.1", "255.255.0.0",
      "172.16.0.0/255.255.0.0 via 10.0.0.1 metric 0 flags 0x3",
-     "172.16.0.0/16 via 10.0.0.1 scope global;"},
+     "172.16.0.0/16 via 10.0.0.1 scope global\n"},
     {"a gateway of zeros is none", 0, "172.16.0.0", "0.0.0.0", "255.255.0.0",
-     "172.16.0.0/255.255.0.0 metric 0 flags 0x1", "172.16.0.0/16 scope link;"},
+     "172.16.0.0/255.255.0.0 metric 0 flags 0x1", "172.16.0.0/16 scope link\n"},
     {"an empty gateway is none", 0, "172.16.0.0", "", "255.255.0.0",
-     "172.16.0.0/255.255.0.0 metric 0 flags 0x1", "172.16.0.0/16 scope link;"},
+     "172.16.0.0/255.255.0.0 metric 0 flags 0x1", "172.16.0.0/16 scope link\n"},
     {"an empty netmask is that of everything", 0, "0.0.0.0", "10.0.0.1", "",
-     "0.0.0.0/0.0.0.0 via 10.0.0.1 metric 0 flags 0x3", "default via 10.0.0.1 scope global;"},
+     "0.0.0.0/0.0.0.0 via 10.0.0.1 metric 0 flags 0x3", "default via 10.0.0.1 scope global\n"},
     {"an empty destination with a host's netmask", 0, "", nullptr, "255.255.255.255",
-     "0.0.0.0/255.255.255.255 metric 0 flags 0x5", "0.0.0.0 scope link;"},
+     "0.0.0.0/255.255.255.255 metric 0 flags 0x5", "0.0.0.0 scope link\n"},
     {"host", 0, "198.51.100.7", nullptr, "255.255.255.255",
-     "198.51.100.7/255.255.255.255 metric 0 flags 0x5", "198.51.100.7 scope link;"},
+     "198.51.100.7/255.255.255.255 metric 0 flags 0x5", "198.51.100.7 scope link\n"},
     {"host behind a gateway", 3, "198.51.100.7", "10.0.0.1", "255.255.255.255",
      "198.51.100.7/255.255.255.255 via 10.0.0.1 metric 3 flags 0x7",
-     "198.51.100.7 via 10.0.0.1 metric 2 scope global;"},
+     "198.51.100.7 via 10.0.0.1 metric 2 scope global\n"},
 };
 
 TEST_F(route, is_added_and_deleted)
@@ -94,9 +94,9 @@ TEST_F(route, is_added_and_deleted)
     for (const request &row : REQUESTS) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(route_add("vlan2", row.metric, row.destination, row.gateway, row.netmask), 0);
-        EXPECT_EQ(routes_over(world, "vlan2"), row.kernel);
+        EXPECT_EQ(kernel_state::routes_over(world, "vlan2"), row.kernel);
         EXPECT_EQ(route_del("vlan2", row.metric, row.destination, row.gateway, row.netmask), 0);
-        EXPECT_EQ(routes_over(world, "vlan2"), "");
+        EXPECT_EQ(kernel_state::routes_over(world, "vlan2"), "");
         EXPECT_TRACE("ioctl vlan2 SIOCADDRT " + std::string(row.trace) +
                          "\nioctl vlan2 SIOCDELRT " + row.trace,
                      world.trace());
@@ -108,10 +108,12 @@ TEST_F(route, with_another_metric_is_another_route)
 {
     EXPECT_EQ(route_add("vlan2", 11, "0.0.0.0", "10.0.0.1", "0.0.0.0"), 0);
     EXPECT_EQ(route_add("vlan2", 21, "0.0.0.0", "10.0.0.1", "0.0.0.0"), 0);
-    EXPECT_EQ(routes_over(world, "vlan2"), "default via 10.0.0.1 metric 10 scope global;"
-                                           "default via 10.0.0.1 metric 20 scope global;");
+    EXPECT_EQ(kernel_state::routes_over(world, "vlan2"),
+              "default via 10.0.0.1 metric 10 scope global\n"
+              "default via 10.0.0.1 metric 20 scope global\n");
     EXPECT_EQ(route_del("vlan2", 11, "0.0.0.0", "10.0.0.1", "0.0.0.0"), 0);
-    EXPECT_EQ(routes_over(world, "vlan2"), "default via 10.0.0.1 metric 20 scope global;");
+    EXPECT_EQ(kernel_state::routes_over(world, "vlan2"),
+              "default via 10.0.0.1 metric 20 scope global\n");
 }
 
 struct failure {
@@ -184,7 +186,7 @@ TEST_F(route, failing_as_told_gives_the_error_number)
 TEST_F(route, metric_goes_through_sixteen_bits)
 {
     EXPECT_EQ(route_add("vlan2", 65536 + 8, "10.9.0.0", nullptr, "255.255.0.0"), 0);
-    EXPECT_EQ(routes_over(world, "vlan2"), "10.9.0.0/16 metric 7 scope link;");
+    EXPECT_EQ(kernel_state::routes_over(world, "vlan2"), "10.9.0.0/16 metric 7 scope link\n");
 }
 
 } // namespace

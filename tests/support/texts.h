@@ -1,10 +1,7 @@
-// Texts that tests compare with: fixtures of this source tree, and traces taken apart.
+// Texts that tests compare with, taken apart.
 #pragma once
 
-#include <fstream>
-#include <iterator>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -15,21 +12,6 @@ namespace support
 inline std::string example_path(const std::string &name)
 {
     return MCFG_SOURCE_DIR "/examples/" + name;
-}
-
-// Where the fixtures are. Tests in a private world, where this is out of sight, bind it.
-inline std::string fixtures_path()
-{
-    return MCFG_SOURCE_DIR "/tests/fixtures";
-}
-
-// What the fixture NAME holds, for tests outside of the world.
-inline std::string fixture(const std::string &name)
-{
-    std::ifstream file(fixtures_path() + "/" + name, std::ios::binary);
-    if (!file)
-        throw std::runtime_error("no fixture " + name);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 inline std::vector<std::string> lines_of(const std::string &text)

@@ -236,6 +236,11 @@ void world::remove(const std::string &path)
     remove_tree(place(path, false));
 }
 
+std::string world::fixture(const std::string &name) const
+{
+    return read_file(machine_path(MCFG_SOURCE_DIR "/tests/fixtures/" + name), "fixture " + name);
+}
+
 void world::copy_in(const std::string &host_directory, const std::string &path)
 {
     place_for(path);

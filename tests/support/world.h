@@ -98,6 +98,8 @@ class world
     void remove(const std::string &path); // files and whole directories; missing is fine
     // Copies a directory of this machine, with everything below it, over a directory of the world.
     void copy_in(const std::string &host_directory, const std::string &path);
+    // What the fixture NAME of this source tree (tests/fixtures) holds.
+    std::string fixture(const std::string &name) const;
     // Shows a file or directory of this machine, read-only, at a path of the world.
     virtual void bind(const std::string &host_path, const std::string &path) = 0;
 

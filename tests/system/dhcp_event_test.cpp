@@ -1,7 +1,7 @@
 // The life of a DHCP link: the program as the DHCP client runs it.
 #include "support/expect.h"
 #include "system/dhcp_test.h"
-#include "system/kernel_state.h"
+#include "support/kernel_state.h"
 #include "system/link_store.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,6 @@
 #include "support/expect.h"
 #include "support/router_box.h"
 
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <stdexcept>
@@ -19,18 +18,6 @@ constexpr char FILTER[] = "/tmp/filter_rules";
 constexpr char MANGLE[] = "/tmp/mangle_rules";
 constexpr char IP_FILTER[] = "/etc/default/ip_filter";
 constexpr char PROGRESS[] = "firewall start\nfirewall done\n";
-
-// The rule files of the example router, none of whose verdicts are logged but in the files with
-// another log mode at their name's end.
-inline std::string fixture(const std::string &name)
-{
-    std::ifstream file(MCFG_SOURCE_DIR "/tests/fixtures/firewall/" + name);
-    if (!file)
-        throw std::runtime_error("no fixture " + name);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 inline std::string replaced(std::string text, const std::string &part, const std::string &other)
 {
@@ -54,13 +41,20 @@ inline std::string rules_of(const std::string &saved)
 }
 
 // A box with the LAN bridge of the example router, which has an address.
-class firewall_command : public ::testing::Test
+class firewall_command : public testing::Test
 {
   protected:
     firewall_command()
     {
         box.interface("br0");
         box.in_network({"ip", "address", "add", "192.168.1.1/24", "dev", "br0"});
+    }
+
+    // A rule file of the example router: no verdict is logged in it but in those with another log
+    // mode at their name's end.
+    std::string rules_fixture(const std::string &name) const
+    {
+        return box.fixture("firewall/" + name);
     }
 
     void use_example() { box.copy_in(MCFG_SOURCE_DIR "/examples/router/etc", "/etc"); }

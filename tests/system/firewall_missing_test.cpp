@@ -105,7 +105,7 @@ TEST_F(firewall_command, without_settings_has_everything_on_but_the_mac_filter)
                  seen.trace);
     EXPECT_TRACE(of_wan(BARE_FILTER, "vlan2"), box.read(FILTER));
     EXPECT_TRACE(of_wan(BARE_NAT, "vlan2"), box.read(NAT));
-    EXPECT_EQ(box.read(MANGLE), fixture("mangle_rules"));
+    EXPECT_EQ(box.read(MANGLE), rules_fixture("mangle_rules"));
 }
 
 // This is how the LAN bring-up calls it, when no WAN interface is known yet.
@@ -279,9 +279,9 @@ TEST_F(firewall_command, writes_its_files_anew_each_time)
         box.write(path, std::string(100000, '\n'));
     update("both");
     update();
-    EXPECT_EQ(box.read(NAT), fixture("nat_rules"));
-    EXPECT_EQ(box.read(FILTER), fixture("filter_rules.none"));
-    EXPECT_EQ(box.read(MANGLE), fixture("mangle_rules"));
+    EXPECT_EQ(box.read(NAT), rules_fixture("nat_rules"));
+    EXPECT_EQ(box.read(FILTER), rules_fixture("filter_rules.none"));
+    EXPECT_EQ(box.read(MANGLE), rules_fixture("mangle_rules"));
 }
 
 TEST_F(firewall_command, reads_lists_of_any_length)

@@ -103,7 +103,7 @@ class firewall_packets : public firewall_command
 TEST_F(firewall_packets, the_tables_are_what_iptables_has_loaded)
 {
     rebuild();
-    EXPECT_TRACE(fixture("loaded_tables"), loaded("mangle") + loaded("filter") + loaded("nat"));
+    EXPECT_TRACE(rules_fixture("loaded_tables"), loaded("mangle") + loaded("filter") + loaded("nat"));
 }
 
 TEST_F(firewall_packets, a_port_forward_reaches_the_lan_host_once_the_wan_link_is_up)

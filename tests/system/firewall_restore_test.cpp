@@ -47,7 +47,7 @@ TEST_F(firewall_restore, loads_all_tables)
     support::outcome seen = update();
     EXPECT_EQ(seen.out, PROGRESS);
     EXPECT_EQ(seen.err, "");
-    EXPECT_TRACE(fixture("loaded_tables"), all_tables());
+    EXPECT_TRACE(rules_fixture("loaded_tables"), all_tables());
 }
 
 TEST_F(firewall_restore, replaces_a_table_as_a_whole)
@@ -56,7 +56,7 @@ TEST_F(firewall_restore, replaces_a_table_as_a_whole)
     iptables({"-A", "INPUT", "-j", "ADDED"});
     iptables({"-t", "nat", "-A", "OUTPUT", "-j", "RETURN"});
     update();
-    EXPECT_TRACE(fixture("loaded_tables"), all_tables());
+    EXPECT_TRACE(rules_fixture("loaded_tables"), all_tables());
 }
 
 TEST_F(firewall_restore, that_refuses_a_table_leaves_it_and_takes_the_others)
@@ -68,7 +68,7 @@ TEST_F(firewall_restore, that_refuses_a_table_leaves_it_and_takes_the_others)
     EXPECT_EQ(seen.status, 0);
     EXPECT_EQ(seen.out, PROGRESS);
     EXPECT_NE(seen.err.find("203.0.113.999"), std::string::npos) << seen.err;
-    std::string expected = replaced(fixture("loaded_tables"),
+    std::string expected = replaced(rules_fixture("loaded_tables"),
                                     "-A PREROUTING -d 224.0.0.0/4 -p udp -j TTL --ttl-inc 1\n"
                                     "-A PREROUTING -s 224.0.0.0/4 -p udp -j TTL --ttl-inc 1\n",
                                     "");
@@ -91,7 +91,8 @@ TEST_F(firewall_restore, refuses_the_tables_when_no_wan_interface_was_given)
     box.write("/etc/default/igmp", "IGMP_ENABLE=0\n");
     box.run({"firewall_update", "br0"});
     std::string filter_and_nat = loaded("filter") + loaded("nat");
-    EXPECT_NE(fixture("loaded_tables").find(filter_and_nat), std::string::npos) << filter_and_nat;
+    EXPECT_NE(rules_fixture("loaded_tables").find(filter_and_nat), std::string::npos)
+        << filter_and_nat;
 }
 
 } // namespace

@@ -85,9 +85,9 @@ TEST_F(firewall_command, rebuilds_the_tables_of_the_example_router)
         shell iptables-restore /tmp/mangle_rules
     )",
                  seen.trace);
-    EXPECT_TRACE(fixture("nat_rules"), box.read(NAT));
-    EXPECT_TRACE(fixture("filter_rules.none"), box.read(FILTER));
-    EXPECT_TRACE(fixture("mangle_rules"), box.read(MANGLE));
+    EXPECT_TRACE(rules_fixture("nat_rules"), box.read(NAT));
+    EXPECT_TRACE(rules_fixture("filter_rules.none"), box.read(FILTER));
+    EXPECT_TRACE(rules_fixture("mangle_rules"), box.read(MANGLE));
 }
 
 struct log_mode_case {
@@ -103,9 +103,9 @@ TEST_P(log_mode, chooses_the_targets)
 {
     use_example();
     EXPECT_EQ(update(GetParam().log_mode).out, PROGRESS);
-    EXPECT_EQ(box.read(NAT), fixture("nat_rules"));
-    EXPECT_EQ(box.read(FILTER), fixture(GetParam().filter_rules));
-    EXPECT_EQ(box.read(MANGLE), fixture("mangle_rules"));
+    EXPECT_EQ(box.read(NAT), rules_fixture("nat_rules"));
+    EXPECT_EQ(box.read(FILTER), rules_fixture(GetParam().filter_rules));
+    EXPECT_EQ(box.read(MANGLE), rules_fixture("mangle_rules"));
 }
 
 INSTANTIATE_TEST_SUITE_P(modes, log_mode,
@@ -142,9 +142,9 @@ TEST_P(switched, changes_its_rules_and_no_others)
     for (const edit &change : GetParam().settings)
         box.write(change.file, replaced(box.read(change.file), change.before, change.after));
     EXPECT_EQ(update().out, PROGRESS);
-    std::map<std::string, std::string> expected = {{NAT, fixture("nat_rules")},
-                                                   {FILTER, fixture("filter_rules.none")},
-                                                   {MANGLE, fixture("mangle_rules")}};
+    std::map<std::string, std::string> expected = {{NAT, rules_fixture("nat_rules")},
+                                                   {FILTER, rules_fixture("filter_rules.none")},
+                                                   {MANGLE, rules_fixture("mangle_rules")}};
     for (const edit &change : GetParam().rules)
         expected[change.file] = replaced(expected[change.file], change.before, change.after);
     for (const auto &[path, rules] : expected)

@@ -158,7 +158,7 @@ TEST_F(netbase, starts_with_the_defaults_of_a_new_router)
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(box.read(HOSTS), "127.0.0.1 localhost.localdomain localhost192.168.0.1 morvi");
     EXPECT_EQ(box.read(NET_STATE), "br0 lan 192.168.0.1 255.255.255.0  - -");
-    EXPECT_EQ(box.read("/etc/Wireless/RT2860/RT2860.dat"), support::fixture("wireless/unset.dat"));
+    EXPECT_EQ(box.read("/etc/Wireless/RT2860/RT2860.dat"), box.fixture("wireless/unset.dat"));
     EXPECT_FALSE(box.exists("/var/lock/Config.lock"));
 }
 
@@ -179,12 +179,12 @@ TEST_F(netbase, starts_the_example_router)
 {
     box.copy_in(support::example_path("router"), "/");
     outcome result = start();
-    EXPECT_TRACE(support::fixture("lan/netbase_start.trace"), result.trace);
+    EXPECT_TRACE(box.fixture("lan/netbase_start.trace"), result.trace);
     EXPECT_EQ(result.out, START_OUTPUT);
     EXPECT_EQ(result.err, "");
     EXPECT_EQ(box.read(HOSTS), "127.0.0.1 localhost.localdomain localhost192.168.1.1 morvi");
     EXPECT_EQ(box.read(NET_STATE), "br0 lan 192.168.1.1 255.255.255.0  - -");
-    EXPECT_EQ(box.read("/etc/Wireless/RT2860/RT2860.dat"), support::fixture("wireless/router.dat"));
+    EXPECT_EQ(box.read("/etc/Wireless/RT2860/RT2860.dat"), box.fixture("wireless/router.dat"));
 }
 
 TEST_F(netbase, writes_the_gateway_of_a_static_lan)

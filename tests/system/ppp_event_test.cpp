@@ -1,6 +1,6 @@
 // The life of a PPP link: the program as the PPP daemon runs it.
 #include "support/expect.h"
-#include "system/kernel_state.h"
+#include "support/kernel_state.h"
 #include "system/link_store.h"
 #include "system/ppp_test.h"
 

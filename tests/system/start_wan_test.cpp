@@ -82,7 +82,7 @@ TEST_F(start_wan, of_the_example_router_at_a_pppoe_provider_dials_over_the_bare_
         )",
                  started.trace);
     EXPECT_EQ(box.list("/etc/ppp/peers"), std::vector<std::string>{"wan1"});
-    EXPECT_EQ(box.read("/etc/ppp/peers/wan1"), fixture("wan/peers/wan1"));
+    EXPECT_EQ(box.read("/etc/ppp/peers/wan1"), box.fixture("wan/peers/wan1"));
     EXPECT_EQ(box.mode("/etc/ppp/peers/wan1"), 0600u);
     EXPECT_FALSE(box.exists("/etc/xl2tpd.conf"));
     EXPECT_EQ(vlan2(), "up");
@@ -104,9 +104,9 @@ TEST_F(start_wan, dials_the_example_routers_l2tp_tunnel_over_dhcp)
         )",
                  without(started.trace, {"log", "ioctl", "shell"}));
     EXPECT_EQ(box.list("/etc/ppp/peers"), std::vector<std::string>{"work"});
-    EXPECT_EQ(box.read("/etc/ppp/peers/work"), fixture("wan/peers/work"));
+    EXPECT_EQ(box.read("/etc/ppp/peers/work"), box.fixture("wan/peers/work"));
     EXPECT_EQ(box.mode("/etc/ppp/peers/work"), 0600u);
-    EXPECT_EQ(box.read("/etc/xl2tpd.conf"), fixture("wan/xl2tpd.conf"));
+    EXPECT_EQ(box.read("/etc/xl2tpd.conf"), box.fixture("wan/xl2tpd.conf"));
 }
 
 TEST_F(start_wan, dials_the_example_routers_pptp_tunnel_over_dhcp)
@@ -123,7 +123,7 @@ TEST_F(start_wan, dials_the_example_routers_pptp_tunnel_over_dhcp)
         )",
                  without(started.trace, {"log", "ioctl", "shell"}));
     EXPECT_EQ(box.list("/etc/ppp/peers"), std::vector<std::string>{"club"});
-    EXPECT_EQ(box.read("/etc/ppp/peers/club"), fixture("wan/peers/club"));
+    EXPECT_EQ(box.read("/etc/ppp/peers/club"), box.fixture("wan/peers/club"));
     EXPECT_EQ(box.mode("/etc/ppp/peers/club"), 0600u);
     EXPECT_FALSE(box.exists("/etc/xl2tpd.conf"));
 }
@@ -162,7 +162,7 @@ TEST_F(start_wan, of_a_static_entry_brings_the_link_up_at_once)
     // The kernel counts metrics from 0 where it is asked for them from 1.
     EXPECT_EQ(vlan2(), "up 192.0.2.2/24 broadcast 192.0.2.255");
     EXPECT_EQ(routes(), "default via 192.0.2.1 dev vlan2 metric 5\n192.0.2.1 dev vlan2\n");
-    EXPECT_EQ(box.read("/var/run/state_link"), fixture("wan/state_link-static"));
+    EXPECT_EQ(box.read("/var/run/state_link"), box.fixture("wan/state_link-static"));
 }
 
 // A settings line that ends early leaves empty texts in the document, and they are no addresses:
@@ -211,7 +211,7 @@ TEST_F(start_wan, of_static_entries_names_their_links_by_the_interface)
     box.interface("wimax0");
     box.interface("eth7");
     mcfg({"start_wan", "0", "0"});
-    EXPECT_EQ(box.read("/var/run/state_link"), fixture("wan/state_link-other-static"));
+    EXPECT_EQ(box.read("/var/run/state_link"), box.fixture("wan/state_link-other-static"));
 }
 
 TEST_F(start_wan, of_a_static_entry_goes_on_when_nothing_can_be_set)
@@ -219,7 +219,7 @@ TEST_F(start_wan, of_a_static_entry_goes_on_when_nothing_can_be_set)
     configure(STATIC_ENTRY);
     outcome started = mcfg({"start_wan", "0", "0"});
     EXPECT_EQ(started.err, "vlan2: No such device\nvlan2: No such device\nvlan2: No such device\n");
-    EXPECT_EQ(box.read("/var/run/state_link"), fixture("wan/state_link-static"));
+    EXPECT_EQ(box.read("/var/run/state_link"), box.fixture("wan/state_link-static"));
 }
 
 // The address is there, but the link is not known, and so neither routed nor shown.

@@ -2,13 +2,12 @@
 #pragma once
 
 #include "support/expect.h"
+#include "support/kernel_state.h"
 #include "support/router_box.h"
 #include "support/texts.h"
-#include "system/kernel_state.h"
 
 #include <gtest/gtest.h>
 
-using support::fixture;
 using support::outcome;
 using support::rests;
 using support::without;

@@ -58,7 +58,7 @@ TEST_F(lock_file, that_cannot_be_created_is_tried_once)
 // The directory is there and refuses the file, as a read-only file system does even to root.
 TEST_F(lock_file, that_is_refused_by_its_directory_is_tried_once)
 {
-    world.bind(support::fixtures_path(), "/var/lock");
+    world.bind(support::example_path("router"), "/var/lock");
     world.on("watch exists");
     EXPECT_EQ(set_lock_on_file("state_link", 15), 0);
     EXPECT_TRACE(R"(

@@ -1,6 +1,5 @@
 #include "wan/peer.h"
 
-#include "support/texts.h"
 #include "support/unit_test.h"
 #include "util/text.h"
 
@@ -20,7 +19,6 @@ class peer : public support::unit_test
     void SetUp() override
     {
         unit_test::SetUp();
-        world.bind(support::fixtures_path(), "/fixtures");
         previous_umask = umask(022);
     }
 
@@ -31,8 +29,6 @@ class peer : public support::unit_test
         text_set(params.name, name);
         text_set(params.type, type);
     }
-
-    std::string fixture(const std::string &name) { return world.read("/fixtures/" + name); }
 
     // What start_pppd writes to standard error.
     std::string start()
@@ -69,8 +65,8 @@ TEST_F(peer, of_pppoe_has_its_plugin_head_and_ipparam_twice)
     text_set(params.service, "isp");
     EXPECT_EQ(start(), ANNOUNCED);
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(world.read("/etc/ppp/peers/wan1"), fixture("wan/peers/wan1"));
-    EXPECT_EQ(world.mode("/etc/ppp/peers/wan1"), 0600u);
+    EXPECT_EQ(world.read("/etc/ppp/peers/wan1"), world.fixture("wan/peers/wan1"));
+    EXPECT_EQ(world.mode("/etc/ppp/peers/wan1"), 0600U);
     EXPECT_FALSE(world.exists("/etc/xl2tpd.conf"));
     EXPECT_TRACE("run pppd call wan1", world.trace());
 }
@@ -82,8 +78,8 @@ TEST_F(peer, of_pptp_begins_with_its_name)
     text_set(params.passwd, "fourth-secret");
     text_set(params.server, "203.0.113.10");
     EXPECT_EQ(start(), ANNOUNCED);
-    EXPECT_EQ(world.read("/etc/ppp/peers/club"), fixture("wan/peers/club"));
-    EXPECT_EQ(world.mode("/etc/ppp/peers/club"), 0600u);
+    EXPECT_EQ(world.read("/etc/ppp/peers/club"), world.fixture("wan/peers/club"));
+    EXPECT_EQ(world.mode("/etc/ppp/peers/club"), 0600U);
     EXPECT_TRACE("run pppd call club", world.trace());
 }
 
@@ -94,10 +90,10 @@ TEST_F(peer, of_l2tp_ends_without_compression_and_is_dialled_by_xl2tpd)
     text_set(params.passwd, "third-secret");
     text_set(params.server, "198.51.100.10");
     EXPECT_EQ(start(), ANNOUNCED);
-    EXPECT_EQ(world.read("/etc/ppp/peers/work"), fixture("wan/peers/work"));
-    EXPECT_EQ(world.mode("/etc/ppp/peers/work"), 0600u);
-    EXPECT_EQ(world.read("/etc/xl2tpd.conf"), fixture("wan/xl2tpd.conf"));
-    EXPECT_EQ(world.mode("/etc/xl2tpd.conf"), 0644u);
+    EXPECT_EQ(world.read("/etc/ppp/peers/work"), world.fixture("wan/peers/work"));
+    EXPECT_EQ(world.mode("/etc/ppp/peers/work"), 0600U);
+    EXPECT_EQ(world.read("/etc/xl2tpd.conf"), world.fixture("wan/xl2tpd.conf"));
+    EXPECT_EQ(world.mode("/etc/xl2tpd.conf"), 0644U);
     EXPECT_TRACE("run xl2tpd", world.trace());
 }
 
@@ -107,7 +103,7 @@ TEST_F(peer, of_any_other_type_has_the_common_lines_only)
     text_set(params.login, "guest");
     text_set(params.passwd, "guest");
     start();
-    EXPECT_EQ(world.read("/etc/ppp/peers/modem"), fixture("wan/peers/modem"));
+    EXPECT_EQ(world.read("/etc/ppp/peers/modem"), world.fixture("wan/peers/modem"));
     EXPECT_TRACE("run pppd call modem", world.trace());
 }
 
@@ -147,7 +143,7 @@ TEST_F(peer, second_l2tp_tunnel_overwrites_the_configuration_of_the_first)
     describe("work", "l2tp");
     text_set(params.server, "198.51.100.10");
     start();
-    EXPECT_EQ(world.read("/etc/xl2tpd.conf"), fixture("wan/xl2tpd.conf"));
+    EXPECT_EQ(world.read("/etc/xl2tpd.conf"), world.fixture("wan/xl2tpd.conf"));
     EXPECT_TRUE(world.exists("/etc/ppp/peers/first-with-a-long-name"));
     EXPECT_TRACE("run xl2tpd (x2)", world.trace());
 }
@@ -159,8 +155,8 @@ TEST_F(peer, file_that_is_there_is_rewritten_and_keeps_its_mode)
     text_set(params.login, "guest");
     text_set(params.passwd, "guest");
     start();
-    EXPECT_EQ(world.read("/etc/ppp/peers/modem"), fixture("wan/peers/modem"));
-    EXPECT_EQ(world.mode("/etc/ppp/peers/modem"), 0640u);
+    EXPECT_EQ(world.read("/etc/ppp/peers/modem"), world.fixture("wan/peers/modem"));
+    EXPECT_EQ(world.mode("/etc/ppp/peers/modem"), 0640U);
 }
 
 TEST_F(peer, umask_is_restored_after_success)
@@ -169,8 +165,8 @@ TEST_F(peer, umask_is_restored_after_success)
     describe("work", "l2tp");
     start();
     EXPECT_EQ(current_umask(), 027u);
-    EXPECT_EQ(world.mode("/etc/ppp/peers/work"), 0600u);
-    EXPECT_EQ(world.mode("/etc/xl2tpd.conf"), 0640u);
+    EXPECT_EQ(world.mode("/etc/ppp/peers/work"), 0600U);
+    EXPECT_EQ(world.mode("/etc/xl2tpd.conf"), 0640U);
 }
 
 TEST_F(peer, that_cannot_be_created_starts_nothing_and_restores_the_umask)

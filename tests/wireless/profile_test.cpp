@@ -23,12 +23,6 @@ class profile : public support::unit_test
         world.interface("ra0");
     }
 
-    std::string fixture(const std::string &name)
-    {
-        world.copy_in(support::fixtures_path() + "/wireless", "/fixtures");
-        return world.read("/fixtures/" + name);
-    }
-
     std::string made_from(const std::string &settings)
     {
         world.write("/etc/nvram/1", settings);
@@ -58,20 +52,21 @@ TEST_F(profile, of_the_example_router)
 {
     world.copy_in(support::example_path("router"), "/");
     EXPECT_EQ(gen_config("br0", 1), 0);
-    EXPECT_EQ(world.read(PROFILE), fixture("router.dat"));
+    EXPECT_EQ(world.read(PROFILE), world.fixture("wireless/router.dat"));
 }
 
 TEST_F(profile, of_an_empty_store)
 {
     EXPECT_EQ(gen_config("br0", 1), 0);
-    EXPECT_EQ(world.read(PROFILE), fixture("unset.dat"));
+    EXPECT_EQ(world.read(PROFILE), world.fixture("wireless/unset.dat"));
 }
 
 // Every key holds "12" and its own name, those that are not NVRAM keys too: a number keeps the 12,
 // a text keeps it all, and a fixed line neither.
 TEST_F(profile, with_every_key_set)
 {
-    EXPECT_EQ(made_from(fixture("all-set.nvram")), fixture("all-set.dat"));
+    EXPECT_EQ(made_from(world.fixture("wireless/all-set.nvram")),
+              world.fixture("wireless/all-set.dat"));
 }
 
 struct line {
@@ -147,13 +142,13 @@ TEST_F(profile, of_a_store_that_is_no_text_has_all_lines)
     std::string junk;
     for (int i = 0; i < 2000; i++)
         junk += static_cast<char>(i * 7);
-    EXPECT_EQ(made_from(junk), fixture("unset.dat"));
+    EXPECT_EQ(made_from(junk), world.fixture("wireless/unset.dat"));
 }
 
 TEST_F(profile, replaces_the_one_before)
 {
     world.write(PROFILE, std::string(10000, 'x'));
-    EXPECT_EQ(made_from(""), fixture("unset.dat"));
+    EXPECT_EQ(made_from(""), world.fixture("wireless/unset.dat"));
 }
 
 constexpr char DRIVER_RELOADED[] = R"(
@@ -223,7 +218,7 @@ TEST_F(profile, keeps_its_mode)
 {
     world.write(PROFILE, "", 0600);
     made_from("");
-    EXPECT_EQ(world.mode(PROFILE), 0600u);
+    EXPECT_EQ(world.mode(PROFILE), 0600U);
     EXPECT_FALSE(world.exists("/etc/Wireless/RT2860/RT2860.dat.new"));
 }
 
@@ -244,7 +239,7 @@ TEST_F(profile, goes_on_when_everything_fails)
         world.on(rule);
     world.mkdir("/etc/Wireless/RT2860");
     EXPECT_EQ(said_by_gen_config(), "ra0: No such device\n");
-    EXPECT_EQ(world.read(PROFILE), fixture("unset.dat"));
+    EXPECT_EQ(world.read(PROFILE), world.fixture("wireless/unset.dat"));
 }
 
 } // namespace
