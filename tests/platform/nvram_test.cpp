@@ -1,5 +1,6 @@
 #include "platform/nvram.h"
 
+#include "support/rounds.h"
 #include "support/unit_test.h"
 
 #include <algorithm>
@@ -304,7 +305,7 @@ int wait_for(pid_t pid)
 }
 
 constexpr int WRITERS = 3;
-constexpr int KEYS_OF_A_WRITER = 150;
+const int KEYS_OF_A_WRITER = support::rounds(40);
 
 std::string key_of(int writer, int number)
 {
@@ -381,7 +382,7 @@ TEST_F(nvram, is_whole_after_a_writer_was_killed_in_the_middle)
     section(big_section('x'));
     std::minstd_rand random(1);
     int cuts_beside = 0;
-    for (int i = 0; i < 100; i++) {
+    for (int i = 0; i < support::rounds(25); i++) {
         int after_us = 300 + static_cast<int>(random() % 2000);
         int status = wait_for(start_child(write_until_killed, after_us));
         ASSERT_TRUE(WIFSIGNALED(status));

@@ -2,6 +2,7 @@
 // steps, and nobody waits for it long: updates may be lost, and the store may even be torn, but
 // only where a process said that it did not get the lock or where two held it at once. The next
 // save always finds its way back.
+#include "support/rounds.h"
 #include "support/router_box.h"
 #include "system/link_store.h"
 
@@ -411,17 +412,10 @@ void links_at_once_rounds::check_next_save()
     EXPECT_EQ(link_store::links(box), expected);
 }
 
-// A short run for every day; the environment variable LINK_EVENT_ROUNDS asks for a longer one.
-int round_count()
-{
-    const char *text = getenv("LINK_EVENT_ROUNDS");
-    return text != nullptr ? atoi(text) : 8;
-}
-
 void links_at_once_rounds::run_rounds(const char *what, start_line line)
 {
     totals sum;
-    for (int i = 0; i < round_count() && !HasFailure(); i++) {
+    for (int i = 0; i < support::rounds(3) && !HasFailure(); i++) {
         SCOPED_TRACE(i);
         start_and_finish(line);
         check_round(&sum);
