@@ -56,19 +56,24 @@ void drop_machine_rights()
         fail("capset");
 }
 
-void leave_machine()
+bool leave_namespaces(int kinds)
 {
-    const int own = CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWPID;
     const char *hint = "this machine does not let this user make private namespaces, "
                        "which the tests cannot do without (as root, or as a user with "
                        "unprivileged user namespaces allowed)";
     uid_t user = geteuid();
     gid_t group = getegid();
-    if (unshare(own) != 0) {
-        if (errno != EPERM || unshare(own | CLONE_NEWUSER) != 0)
-            fail(hint);
-        map_user(user, group);
-    }
+    if (unshare(kinds) == 0)
+        return false;
+    if (errno != EPERM || unshare(kinds | CLONE_NEWUSER) != 0)
+        fail(hint);
+    map_user(user, group);
+    return true;
+}
+
+void leave_machine()
+{
+    leave_namespaces(CLONE_NEWNS | CLONE_NEWUTS | CLONE_NEWIPC | CLONE_NEWPID);
     if (sethostname("router", 6) != 0)
         fail("sethostname");
     fresh_network();
@@ -106,47 +111,59 @@ std::string whole_file(int descriptor)
     return text;
 }
 
-static void exec_program(const std::vector<std::string> &command, int out, int err)
+static void exec_program(const std::vector<std::string> &command, const int (&files)[3])
 {
     std::vector<char *> words;
     for (const std::string &word : command)
         words.push_back(const_cast<char *>(word.c_str()));
     words.push_back(nullptr);
-    int null = open("/dev/null", O_RDONLY);
-    dup2(null, 0);
-    dup2(out, 1);
-    dup2(err, 2);
+    for (int number = 0; number < 3; number++)
+        dup2(files[number], number);
     setenv("PATH", "/usr/sbin:/usr/bin:/sbin:/bin", 1);
     execvp(words[0], words.data());
     dprintf(2, "%s: %s\n", words[0], strerror(errno));
 }
 
-std::string run_program(const std::vector<std::string> &command, const std::function<void()> &enter)
+static int temporary_file(const std::string &content)
 {
-    int out = memfd_create("out", MFD_CLOEXEC);
-    int err = memfd_create("err", MFD_CLOEXEC);
+    int file = memfd_create("file", MFD_CLOEXEC);
+    if (file < 0 || pwrite(file, content.data(), content.size(), 0) != ssize_t(content.size()))
+        fail("a file of a program");
+    return file;
+}
+
+program_result try_program(const std::vector<std::string> &command,
+                           const std::function<void()> &enter, const std::string &input)
+{
+    const int files[3] = {temporary_file(input), temporary_file(""), temporary_file("")};
     pid_t child = fork();
     if (child < 0)
         fail("fork");
     if (child == 0) {
         try {
             enter();
-            exec_program(command, out, err);
+            exec_program(command, files);
         } catch (const std::exception &e) {
-            dprintf(err, "%s\n", e.what());
+            dprintf(files[2], "%s\n", e.what());
         }
         _exit(127);
     }
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR)
         ;
-    std::string output = whole_file(out);
-    std::string errors = whole_file(err);
-    close(out);
-    close(err);
-    if (status != 0)
-        throw std::runtime_error(command.at(0) + " failed: " + errors);
-    return output;
+    program_result result = {WIFEXITED(status) ? WEXITSTATUS(status) : -1, whole_file(files[1]),
+                             whole_file(files[2])};
+    for (int file : files)
+        close(file);
+    return result;
+}
+
+std::string run_program(const std::vector<std::string> &command, const std::function<void()> &enter)
+{
+    program_result result = try_program(command, enter);
+    if (result.status != 0)
+        throw std::runtime_error(command.at(0) + " failed: " + result.err);
+    return result.out;
 }
 
 } // namespace support

@@ -130,11 +130,8 @@ int in_far_network(int (*make)(const std::string &name, int near), const std::st
     return error;
 }
 
-// Makes a cable from here, where its end is up, to the network that near leads to.
-int make_veth(const std::string &name, int near)
+int lay_cable(const std::string &here, int there, const std::string &name_there)
 {
-    static int number = 0;
-    const std::string here = "far" + std::to_string(number++);
     message request(RTM_NEWLINK, create);
     request.add_interface(0);
     request.add(IFLA_IFNAME, here);
@@ -143,8 +140,8 @@ int make_veth(const std::string &name, int near)
     size_t data = request.open(IFLA_INFO_DATA);
     size_t peer = request.open(VETH_INFO_PEER);
     request.add_interface(0);
-    request.add(IFLA_IFNAME, name);
-    request.add(IFLA_NET_NS_FD, &near, sizeof near);
+    request.add(IFLA_IFNAME, name_there);
+    request.add(IFLA_NET_NS_FD, &there, sizeof there);
     request.close(peer);
     request.close(data);
     request.close(info);
@@ -155,6 +152,12 @@ int make_veth(const std::string &name, int near)
     up.add_interface(IFF_UP);
     up.add(IFLA_IFNAME, here);
     return up.send();
+}
+
+int make_veth(const std::string &name, int near)
+{
+    static int number = 0;
+    return lay_cable("far" + std::to_string(number++), near, name);
 }
 
 void write_setting(const char *path, const char *value)
@@ -177,12 +180,21 @@ void fresh_network()
     write_setting("/proc/sys/net/ipv6/conf/default/disable_ipv6", "1");
 }
 
+static void expect_made(const std::string &name, int error)
+{
+    if (error != 0)
+        throw std::runtime_error("interface " + name + ": " + strerror(error));
+}
+
+void make_cable(const std::string &here, int there, const std::string &name_there)
+{
+    expect_made(here, lay_cable(here, there, name_there));
+}
+
 void make_interface(const std::string &name)
 {
     bool is_bridge = name.compare(0, 2, "br") == 0;
-    int error = is_bridge ? make_bridge(name) : in_far_network(make_veth, name);
-    if (error != 0)
-        throw std::runtime_error("interface " + name + ": " + strerror(error));
+    expect_made(name, is_bridge ? make_bridge(name) : in_far_network(make_veth, name));
 }
 
 } // namespace support
