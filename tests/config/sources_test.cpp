@@ -45,12 +45,7 @@ struct file_row {
     std::string expected;
 };
 
-std::string name_of(const ::testing::TestParamInfo<file_row> &row)
-{
-    return row.param.name;
-}
-
-class file_test : public support::unit_test, public ::testing::WithParamInterface<file_row>
+class file_test : public support::unit_test, public testing::WithParamInterface<file_row>
 {
 };
 
@@ -79,7 +74,7 @@ TEST_P(interface_line, fills_the_record)
 
 INSTANTIATE_TEST_SUITE_P(
     lines, interface_line,
-    ::testing::Values(
+    testing::Values(
         file_row{"all_fields", "vlan2 wan 1 static 1.1.1.1 2.2.2.2 3.3.3.3 4 5.5.5.5 6 7:7\n",
                  "1 vlan2|wan|1|static|1.1.1.1|2.2.2.2|3.3.3.3|4|5.5.5.5|6|7:7"},
         file_row{"more_fields", "vlan2 a b c d e f g h i j k l m\n", "1 vlan2|a|b|c|d|e|f|g|h|i|j"},
@@ -119,7 +114,7 @@ INSTANTIATE_TEST_SUITE_P(
                  "1 vlan2|wan|1|dhcp|-|-|-|-|-|-|-"},
         file_row{"piece_one_character_off", std::string(253, '#') + "vlan2 wan 1 dhcp\n",
                  "-1 ||||||||||"}),
-    name_of);
+    support::row_name);
 
 using interface_file = support::unit_test;
 
@@ -169,7 +164,7 @@ TEST_P(peer_line, gives_a_peer)
 
 INSTANTIATE_TEST_SUITE_P(
     lines, peer_line,
-    ::testing::Values(
+    testing::Values(
         file_row{"pppoe", "wan1 pppoe 1 me secret vlan2 ac1 isp 20 -\n",
                  R"(1 [{"name":"wan1","type":"pppoe","auto":true,"login":"me","passwd":"secret",)"
                  R"("iface":"vlan2","ac":"ac1","service":"isp","metric":20}])"},
@@ -229,7 +224,7 @@ INSTANTIATE_TEST_SUITE_P(
         file_row{"zero_byte_ends_the_line", std::string("a 3g 1\0 l p\n", 12),
                  R"(1 [{"name":"a","type":"3g","auto":true}])"},
         file_row{"zero_byte_first_is_no_peer", std::string("\0a 3g 1\n", 8), "-1 []"}),
-    name_of);
+    support::row_name);
 
 using peer_file = support::unit_test;
 
@@ -266,7 +261,7 @@ TEST_P(dns_file, gives)
 
 INSTANTIATE_TEST_SUITE_P(
     contents, dns_file,
-    ::testing::Values(
+    testing::Values(
         file_row{"all", "auto=wan\ndns1=1.1.1.1\ndns2=2.2.2.2\n",
                  R"(1 {"auto":true,"name":"wan","dns1":"1.1.1.1","dns2":"2.2.2.2"})"},
         file_row{"auto_0_before_a_line_end_is_on", "auto=0\n", R"(1 {"auto":true,"name":"0"})"},
@@ -284,7 +279,7 @@ INSTANTIATE_TEST_SUITE_P(
         file_row{"not_utf8_is_left_out", "dns1=\xff\ndns2=a\n", R"(1 {"dns2":"a"})"},
         file_row{"binary", std::string("\0=\0\n\1\2=\3\n", 9), "1 {}"},
         file_row{"piece_of_a_long_line", std::string(254, 'x') + "dns1=a\n", R"(1 {"dns1":"a"})"}),
-    name_of);
+    support::row_name);
 
 // /etc/default/wimax
 
@@ -300,7 +295,7 @@ TEST_P(wimax_file, gives)
 
 INSTANTIATE_TEST_SUITE_P(
     contents, wimax_file,
-    ::testing::Values(
+    testing::Values(
         file_row{"all", "WIMAX_DOFF=1\nWIMAX_ENABLE=1\nWIMAX_SSID=net\n",
                  R"(1 {"diode_off":true,"enable":true,"ssid":"net"})"},
         file_row{"enable_0_enables", "WIMAX_ENABLE=0\n", R"(1 {"enable":true})"},
@@ -318,7 +313,7 @@ INSTANTIATE_TEST_SUITE_P(
         file_row{"ssid_not_utf8_is_left_out", "WIMAX_SSID=\xe4\n", "1 {}"},
         file_row{"later_key_replaces", "WIMAX_SSID=a\nWIMAX_SSID= \n", R"(1 {"ssid":null})"},
         file_row{"other_keys", "WIMAX=1\nwimax_enable=1\n", "1 {}"}, file_row{"empty", "", "1 {}"}),
-    name_of);
+    support::row_name);
 
 using key_files = support::unit_test;
 

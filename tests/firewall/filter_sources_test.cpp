@@ -28,7 +28,7 @@ std::string both(const std::string &options, const std::string &target)
 
 INSTANTIATE_TEST_SUITE_P(
     rows, user_rule,
-    ::testing::Values(
+    testing::Values(
         list_case{"empty_list", "", ""},
         list_case{"drop", "DROP x y 10.0.0.2 - - - - -\n", both(" -s 10.0.0.2", "DRP")},
         list_case{"lower_case_drop_accepts", "drop x y 10.0.0.2 - - - - -\n",
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
                        "DRP")},
         list_case{"over_long_line_goes_on_as_the_next",
                   "#" + std::string(253, 'x') + "DROP x y - - - - - -\n", both("", "DRP")}),
-    name_of);
+    support::row_name);
 
 // MAC filter
 
@@ -109,7 +109,7 @@ std::string mac_closing(const std::string &target)
 
 INSTANTIATE_TEST_SUITE_P(
     rows, mac_filter_deny,
-    ::testing::Values(
+    testing::Values(
         list_case{"always", "02:00:00:00:00:0A always\n",
                   mac_rule("02:00:00:00:00:0A", "-j DROP") + mac_closing("ACC")},
         list_case{"without_schedule", "m\n", mac_rule("m", "-j DROP") + mac_closing("ACC")},
@@ -138,7 +138,7 @@ INSTANTIATE_TEST_SUITE_P(
                   mac_rule(std::string(31, 'm'), "-j DROP") + mac_closing("ACC")},
         // The verdict for all others is known only from an entry on.
         list_case{"no_entry_closes_without_a_target", "# nothing\n\n", mac_closing("(null)")}),
-    name_of);
+    support::row_name);
 
 class mac_filter : public list_test
 {
@@ -210,33 +210,34 @@ std::string url_rule(const std::string &url, const std::string &time_match)
 
 INSTANTIATE_TEST_SUITE_P(
     rows, url_filter,
-    ::testing::Values(
-        list_case{"empty_list", "", ""}, list_case{"always", "u always\n", url_rule("u")},
-        list_case{"scheduled_has_two_blanks", "u mon\n", url_rule("u", MON)},
-        list_case{"always_takes_the_time_of_the_entry_before", "u mon\nv always\n",
-                  url_rule("u", MON) + url_rule("v", MON)},
-        list_case{"unknown_schedule_takes_it_too", "u mon\nv wed\nw off\n",
-                  url_rule("u", MON) + url_rule("v", MON) + url_rule("w", MON)},
-        list_case{"blank_for_schedule_takes_it_too", "u mon\nv \n",
-                  url_rule("u", MON) + url_rule("v", MON)},
-        list_case{"always_first_has_no_time", "u always\nv mon\n",
-                  url_rule("u") + url_rule("v", MON)},
-        list_case{"a_schedule_for_all_the_time_clears_it", "u mon\nv week\nw always\n",
-                  url_rule("u", MON) + url_rule("v") + url_rule("w")},
-        list_case{"a_schedule_of_wrong_length_clears_it", "u mon\nv ends\nw always\n",
-                  url_rule("u", MON) + url_rule("v") + url_rule("w")},
-        list_case{"another_schedule_replaces_it", "u mon\nv tue\nw always\n",
-                  url_rule("u", MON) + url_rule("v", TUE) + url_rule("w", TUE)},
-        list_case{"missing_schedule_is_that_of_the_line_before", "u mon\nv always\nw\nx tue\ny\n",
-                  url_rule("u", MON) + url_rule("v", MON) + url_rule("w", MON) +
-                      url_rule("x", TUE) + url_rule("y", TUE)},
-        list_case{"comment_sign_is_an_entry", "#u always\n", url_rule("#u")},
-        list_case{"line_ends_are_trimmed", "u\r\n", url_rule("u")},
-        list_case{"white_space_first", " u mon\n\n", ""},
-        list_case{"binary", "\x01\xfe\xff mon\n", url_rule("\x01\xfe\xff", MON)},
-        list_case{"fields_are_cut_at_31", std::string(100, 'u') + " always\n",
-                  url_rule(std::string(31, 'u'))}),
-    name_of);
+    testing::Values(list_case{"empty_list", "", ""},
+                    list_case{"always", "u always\n", url_rule("u")},
+                    list_case{"scheduled_has_two_blanks", "u mon\n", url_rule("u", MON)},
+                    list_case{"always_takes_the_time_of_the_entry_before", "u mon\nv always\n",
+                              url_rule("u", MON) + url_rule("v", MON)},
+                    list_case{"unknown_schedule_takes_it_too", "u mon\nv wed\nw off\n",
+                              url_rule("u", MON) + url_rule("v", MON) + url_rule("w", MON)},
+                    list_case{"blank_for_schedule_takes_it_too", "u mon\nv \n",
+                              url_rule("u", MON) + url_rule("v", MON)},
+                    list_case{"always_first_has_no_time", "u always\nv mon\n",
+                              url_rule("u") + url_rule("v", MON)},
+                    list_case{"a_schedule_for_all_the_time_clears_it", "u mon\nv week\nw always\n",
+                              url_rule("u", MON) + url_rule("v") + url_rule("w")},
+                    list_case{"a_schedule_of_wrong_length_clears_it", "u mon\nv ends\nw always\n",
+                              url_rule("u", MON) + url_rule("v") + url_rule("w")},
+                    list_case{"another_schedule_replaces_it", "u mon\nv tue\nw always\n",
+                              url_rule("u", MON) + url_rule("v", TUE) + url_rule("w", TUE)},
+                    list_case{"missing_schedule_is_that_of_the_line_before",
+                              "u mon\nv always\nw\nx tue\ny\n",
+                              url_rule("u", MON) + url_rule("v", MON) + url_rule("w", MON) +
+                                  url_rule("x", TUE) + url_rule("y", TUE)},
+                    list_case{"comment_sign_is_an_entry", "#u always\n", url_rule("#u")},
+                    list_case{"line_ends_are_trimmed", "u\r\n", url_rule("u")},
+                    list_case{"white_space_first", " u mon\n\n", ""},
+                    list_case{"binary", "\x01\xfe\xff mon\n", url_rule("\x01\xfe\xff", MON)},
+                    list_case{"fields_are_cut_at_31", std::string(100, 'u') + " always\n",
+                              url_rule(std::string(31, 'u'))}),
+    support::row_name);
 
 // Router access
 
@@ -256,7 +257,7 @@ std::string access_rules(const std::string &rule)
 
 INSTANTIATE_TEST_SUITE_P(
     rows, access_rule,
-    ::testing::Values(
+    testing::Values(
         list_case{"empty_list_returns", "", "-A H_ACCESS -j RETURN\n"},
         list_case{
             "everything", "HTTP vlan2 198.51.100.0 255.255.255.0 ACCEPT\n",
@@ -289,7 +290,7 @@ INSTANTIATE_TEST_SUITE_P(
             "longest_source_is_cut",
             "X auto " + std::string(31, '1') + " " + std::string(31, '2') + " DROP\n",
             access_rules(" -s " + std::string(31, '1') + "/" + std::string(27, '2') + " -j DROP")}),
-    name_of);
+    support::row_name);
 
 TEST_F(access_rule, logs_each_field)
 {

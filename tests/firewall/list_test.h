@@ -77,12 +77,7 @@ struct list_case {
     std::string rules;
 };
 
-inline std::string name_of(const ::testing::TestParamInfo<list_case> &row)
-{
-    return row.param.name;
-}
-
-class list_test : public support::unit_test, public ::testing::WithParamInterface<list_case>
+class list_test : public support::unit_test, public testing::WithParamInterface<list_case>
 {
   protected:
     void SetUp() override

@@ -16,7 +16,7 @@ struct missing_case {
     const char *trace;
 };
 
-class missing_list : public support::unit_test, public ::testing::WithParamInterface<missing_case>
+class missing_list : public support::unit_test, public testing::WithParamInterface<missing_case>
 {
 };
 
@@ -44,7 +44,7 @@ TEST_P(missing_list, that_cannot_be_read_to_its_end_is_torn)
 
 INSTANTIATE_TEST_SUITE_P(
     lists, missing_list,
-    ::testing::Values(
+    testing::Values(
         missing_case{"rules", user_rules, RULES, ""},
         missing_case{"macs", mac_filters, MACS, "log get_mac_filters: start\n"},
         missing_case{"urls", url_filters, URLS, "log get_url_filters: start\n"},
@@ -52,6 +52,6 @@ INSTANTIATE_TEST_SUITE_P(
         missing_case{"vservers", get_vservers_rules, VSERVERS, "log get_vservers_filters: start\n"},
         missing_case{"masq", get_masquerading, MASQ, "log get_masquerading: start\n"},
         missing_case{"triggers", port_triggers, TRIGGERS, ""}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 } // namespace

@@ -21,7 +21,7 @@ TEST_P(vserver_rule, is_written)
 
 INSTANTIATE_TEST_SUITE_P(
     rows, vserver_rule,
-    ::testing::Values(
+    testing::Values(
         list_case{"empty_list", "", ""},
         list_case{"port", "web tcp 8080 80 192.168.0.10 -\n",
                   "-A VSERVER -p tcp -m tcp --dport 8080 -j DNAT --to 192.168.0.10:80\n"},
@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "w " + std::string(40, 'p') + " 1 2 " + std::string(40, 'a') + " -\n",
                   "-A VSERVER -p " + std::string(31, 'p') + " -m " + std::string(31, 'p') +
                       " --dport 1 -j DNAT --to " + std::string(31, 'a') + ":2\n"}),
-    name_of);
+    support::row_name);
 
 TEST_F(vserver_rule, logs_each_field_under_another_tag)
 {
@@ -80,7 +80,7 @@ std::string masquerade(const std::string &options)
 
 INSTANTIATE_TEST_SUITE_P(
     rows, masquerading_rule,
-    ::testing::Values(
+    testing::Values(
         list_case{"empty_list", "", ""},
         list_case{"network", "lan 192.168.1.0/24 - - - - - - -\n",
                   masquerade(" -s 192.168.1.0/24")},
@@ -97,7 +97,7 @@ INSTANTIATE_TEST_SUITE_P(
         list_case{"binary", "\x80 \x81\x82 \xff - - -\n", masquerade(" -s \x81\x82")},
         list_case{"fields_are_cut_at_31", "lan " + std::string(99, '1') + " - - - -\n",
                   masquerade(" -s " + std::string(31, '1'))}),
-    name_of);
+    support::row_name);
 
 TEST_F(masquerading_rule, logs_start_and_done)
 {
@@ -130,7 +130,7 @@ std::string trigger(const std::string &protocol, const std::string &port, const 
 
 INSTANTIATE_TEST_SUITE_P(
     rows, trigger_rule,
-    ::testing::Values(
+    testing::Values(
         list_case{"empty_list", "", ""},
         list_case{"tcp", "chat 6667 x 113 tcp - - - -\n", trigger("tcp", "6667", "113")},
         list_case{"udp", "chat 6667 x 113 udp - - - -\n", trigger("udp", "6667", "113")},
@@ -151,7 +151,7 @@ INSTANTIATE_TEST_SUITE_P(
         list_case{"binary", "\xff \xfe \xfd \xfc tcp\n", trigger("tcp", "\xfe", "\xfc")},
         list_case{"fields_are_cut_at_31", "a " + std::string(50, '1') + " x 2 tcp\n",
                   trigger("tcp", std::string(31, '1'), "2")}),
-    name_of);
+    support::row_name);
 
 TEST_F(trigger_rule, logs_four_fields_under_labels_that_have_slipped)
 {

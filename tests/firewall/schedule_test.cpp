@@ -17,7 +17,7 @@ struct match_case {
     const char *match;
 };
 
-class time_match : public ::testing::TestWithParam<match_case>
+class time_match : public testing::TestWithParam<match_case>
 {
 };
 
@@ -30,7 +30,7 @@ TEST_P(time_match, is_written)
 
 INSTANTIATE_TEST_SUITE_P(
     times, time_match,
-    ::testing::Values(
+    testing::Values(
         match_case{"two_blanks_before_the_first_day", "0111110", "08001730", 0,
                    "-m time --timestart 08:00 --timestop 17:30 --days  Mon,Tue,Wed,Thu,Fri"},
         match_case{"one_day", "0100000", "22300600", 0,
@@ -54,7 +54,7 @@ INSTANTIATE_TEST_SUITE_P(
         match_case{"time_too_short", "1111111", "0800173", -1, ""},
         match_case{"time_with_its_line_end", "1111111", "08001730\n", -1, ""},
         match_case{"nothing", "", "", -1, ""}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 constexpr char SCHEDULES[] = "/etc/default/sched_list";
 
@@ -64,7 +64,7 @@ struct lookup_case {
     const char *expected; // days and time, each with a bar behind it; "none" when not found
 };
 
-class schedule_list : public support::unit_test, public ::testing::WithParamInterface<lookup_case>
+class schedule_list : public support::unit_test, public testing::WithParamInterface<lookup_case>
 {
 };
 
@@ -87,7 +87,7 @@ TEST_P(schedule_list, is_searched_for_night)
 
 INSTANTIATE_TEST_SUITE_P(
     lists, schedule_list,
-    ::testing::Values(
+    testing::Values(
         lookup_case{"empty", "", "none"},
         lookup_case{"found", "night 1 - 1111111 22000600 -\n", "1111111|22000600|"},
         lookup_case{"behind_others", "work 1 - 0111110 08001730 -\nnight 1 - 1111111 22000600 -\n",
@@ -121,7 +121,7 @@ INSTANTIATE_TEST_SUITE_P(
                     "1111111111111111111111111111111|2222222222222222222222222222222|"},
         lookup_case{"over_long_line_goes_on_as_the_next",
                     std::string(254, 'x') + "night 1 - 1111111 22000600 -\n", "1111111|22000600|"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 TEST_F(schedule_list, a_comment_sign_is_part_of_a_name)
 {
@@ -144,7 +144,7 @@ struct use_case {
     const char *expected;
 };
 
-class schedule_use : public support::unit_test, public ::testing::WithParamInterface<use_case>
+class schedule_use : public support::unit_test, public testing::WithParamInterface<use_case>
 {
 };
 
@@ -163,12 +163,12 @@ TEST_P(schedule_use, leaves_or_changes_the_match_before)
 
 INSTANTIATE_TEST_SUITE_P(
     schedules, schedule_use,
-    ::testing::Values(
+    testing::Values(
         use_case{"found", "mon", "-m time --timestart 08:00 --timestop 17:30 --days  Mon"},
         use_case{"whole_week_clears_it", "week", ""}, use_case{"wrong_length_clears_it", "bad", ""},
         use_case{"off_leaves_it", "off", "before"}, use_case{"unknown_leaves_it", "tue", "before"},
         use_case{"always_leaves_it_and_is_never_looked_up", "always", "before"},
         use_case{"none_leaves_it", "", "before"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 } // namespace

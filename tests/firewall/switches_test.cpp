@@ -57,7 +57,7 @@ struct switch_case {
     const char *expected;
 };
 
-class switch_line : public support::unit_test, public ::testing::WithParamInterface<switch_case>
+class switch_line : public support::unit_test, public testing::WithParamInterface<switch_case>
 {
   protected:
     void SetUp() override
@@ -77,7 +77,7 @@ TEST_P(switch_line, sets)
 
 INSTANTIATE_TEST_SUITE_P(
     keys, switch_line,
-    ::testing::Values(
+    testing::Values(
         switch_case{"nothing", IP_FILTER, "", ""},
         switch_case{"firewall", IP_FILTER, "FIREWALL_ENABLE=0\n", "firewall=0"},
         switch_case{"nat", IP_FILTER, "NAT_ENABLE=no\n", "nat=0"},
@@ -92,11 +92,11 @@ INSTANTIATE_TEST_SUITE_P(
         switch_case{"key_of_another_file", IP_FILTER, "IGMP_ENABLE=0\nUPNP_ENABLE=0\n", ""},
         switch_case{"key_of_the_first_file_elsewhere", IGMP, "NAT_ENABLE=0\n", ""},
         switch_case{"unknown_key", IP_FILTER, "COLOUR=0\n", ""}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 INSTANTIATE_TEST_SUITE_P(
     values, switch_line,
-    ::testing::Values(
+    testing::Values(
         switch_case{"one", IP_FILTER, "NAT_ENABLE=1\n", ""},
         switch_case{"yes", IP_FILTER, "NAT_ENABLE=yes\n", ""},
         switch_case{"off_is_not_no", IP_FILTER, "NAT_ENABLE=off\n", ""},
@@ -124,12 +124,12 @@ INSTANTIATE_TEST_SUITE_P(
                     "mac_mode=1"},
         switch_case{"mac_three_keeps_the_mode", IP_FILTER,
                     "MAC_FILTER_ENABLE=2\nMAC_FILTER_ENABLE=3\n", "mac_mode=2"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 // How many characters tell a key: the row before is one short, and longer keys count as well.
 INSTANTIATE_TEST_SUITE_P(
     prefixes, switch_line,
-    ::testing::Values(
+    testing::Values(
         switch_case{"firewall_ten", IP_FILTER, "FIREWALL_E=0\n", "firewall=0"},
         switch_case{"firewall_nine", IP_FILTER, "FIREWALL_=0\n", ""},
         switch_case{"firewall_longer", IP_FILTER, "FIREWALL_ENABLED=no\n", "firewall=0"},
@@ -156,22 +156,21 @@ INSTANTIATE_TEST_SUITE_P(
         switch_case{"blank_before_key", IP_FILTER, " NAT_ENABLE=0\n", ""},
         switch_case{"equals_before_key", IP_FILTER, "=NAT_ENABLE=0\n", ""},
         switch_case{"hash_before_key", IP_FILTER, "#NAT_ENABLE=0\n", ""}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 INSTANTIATE_TEST_SUITE_P(
     bad_input, switch_line,
-    ::testing::Values(switch_case{"binary", IP_FILTER, "\x00\x01=\xff\x00\nNAT_ENABLE=0\n"s,
-                                  "nat=0"},
-                      switch_case{"zero_byte_in_the_key", IP_FILTER, "NAT\0_ENABLE=0\n"s, ""},
-                      switch_case{"only_equals", IP_FILTER, "=\n==\n= =\n", ""},
-                      // 254 characters are a line; what is behind them is a line of its own.
-                      switch_case{"over_long_line_goes_on_as_the_next", IP_FILTER,
-                                  "X=" + std::string(252, '1') + "NAT_ENABLE=0\n", "nat=0"},
-                      switch_case{"over_long_line_hides_nothing", IP_FILTER,
-                                  "X=" + std::string(251, '1') + "NAT_ENABLE=0\n", ""},
-                      switch_case{"over_long_value", IP_FILTER,
-                                  "NAT_ENABLE=" + std::string(1000, '0') + "\n", ""}),
-    [](const auto &row) { return row.param.name; });
+    testing::Values(switch_case{"binary", IP_FILTER, "\x00\x01=\xff\x00\nNAT_ENABLE=0\n"s, "nat=0"},
+                    switch_case{"zero_byte_in_the_key", IP_FILTER, "NAT\0_ENABLE=0\n"s, ""},
+                    switch_case{"only_equals", IP_FILTER, "=\n==\n= =\n", ""},
+                    // 254 characters are a line; what is behind them is a line of its own.
+                    switch_case{"over_long_line_goes_on_as_the_next", IP_FILTER,
+                                "X=" + std::string(252, '1') + "NAT_ENABLE=0\n", "nat=0"},
+                    switch_case{"over_long_line_hides_nothing", IP_FILTER,
+                                "X=" + std::string(251, '1') + "NAT_ENABLE=0\n", ""},
+                    switch_case{"over_long_value", IP_FILTER,
+                                "NAT_ENABLE=" + std::string(1000, '0') + "\n", ""}),
+    support::row_name);
 
 class switch_files : public support::unit_test
 {

@@ -22,7 +22,7 @@ struct line_row {
     words expected;
 };
 
-class line_split : public ::testing::TestWithParam<line_row>
+class line_split : public testing::TestWithParam<line_row>
 {
 };
 
@@ -37,7 +37,7 @@ TEST_P(line_split, into_words)
 
 INSTANTIATE_TEST_SUITE_P(
     lines, line_split,
-    ::testing::Values(
+    testing::Values(
         line_row{"none", "", line_kind::words, {}},
         line_row{"plain", "led  status\toverlap", line_kind::words, {"led", "status", "overlap"}},
         line_row{"quoted", "'a b'c ''", line_kind::words, {"a bc", ""}},
@@ -49,7 +49,7 @@ INSTANTIATE_TEST_SUITE_P(
         line_row{"substitution", "led $(reboot)", line_kind::more_to_it, {}},
         line_row{"redirection", "led >x", line_kind::more_to_it, {}},
         line_row{"glob", "led *", line_kind::more_to_it, {}}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 // Lines of a printf that ends each word with the character 1 and each line with the character 2.
 class sample : public support::unit_test

@@ -114,7 +114,7 @@ TEST_F(usb_handler, reads_identities_from_the_first_line)
 }
 
 struct lock_row {
-    const char *what;
+    const char *name;
     const char *rule;
     int result;
     const char *trace; // from the lock on
@@ -151,7 +151,7 @@ TEST_F(usb_handler, lock_that_cannot_be_taken_or_released_ends_the_event)
         world.write(std::string(directory) + "idProduct", "1446\n");
     }
     for (const lock_row &row : lock_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         world.clear_rules();
         world.clear_trace();
         world.on(row.rule);

@@ -1,6 +1,7 @@
 // "mcfg get_wan_type" and "mcfg set_device_params".
 #include "support/expect.h"
 #include "support/router_box.h"
+#include "support/rows.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,7 @@ struct gpio_case {
     const char *out;
 };
 
-class wan_type_command : public ::testing::TestWithParam<gpio_case>
+class wan_type_command : public testing::TestWithParam<gpio_case>
 {
 };
 
@@ -32,11 +33,11 @@ TEST_P(wan_type_command, tells_the_position_of_the_switch)
 }
 
 INSTANTIATE_TEST_SUITE_P(words, wan_type_command,
-                         ::testing::Values(gpio_case{"only_the_switch", "800", "0\n"},
-                                           gpio_case{"nothing", "0", "1\n"},
-                                           gpio_case{"all_but_the_switch", "fffff7ff", "1\n"},
-                                           gpio_case{"everything", "ffffffff", "0\n"}),
-                         [](const auto &row) { return row.param.name; });
+                         testing::Values(gpio_case{"only_the_switch", "800", "0\n"},
+                                         gpio_case{"nothing", "0", "1\n"},
+                                         gpio_case{"all_but_the_switch", "fffff7ff", "1\n"},
+                                         gpio_case{"everything", "ffffffff", "0\n"}),
+                         support::row_name);
 
 TEST(wan_type_command_without_board, says_so)
 {

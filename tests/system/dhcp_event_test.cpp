@@ -1,7 +1,7 @@
 // The life of a DHCP link: the program as the DHCP client runs it.
 #include "support/expect.h"
-#include "system/dhcp_test.h"
 #include "support/kernel_state.h"
+#include "system/dhcp_test.h"
 #include "system/link_store.h"
 
 #include <gtest/gtest.h>
@@ -195,7 +195,7 @@ TEST_F(dhcp_event, bound_twice)
 }
 
 struct name_row {
-    const char *what;
+    const char *name;
     const char *event;
     const char *first_line;
 };
@@ -222,7 +222,7 @@ std::string first_line(const std::string &text)
 TEST_F(dhcp_event, event_names)
 {
     for (const name_row &row : name_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         outcome result = event(row.event, {{"interface", "eth9"}});
         EXPECT_EQ(result.status, 0);
         EXPECT_EQ(first_line(result.trace), row.first_line);
@@ -242,7 +242,7 @@ TEST_F(dhcp_event, without_an_event)
 }
 
 struct dns_row {
-    const char *what;
+    const char *name;
     const char *dns;     // null for unset
     const char *command; // to the resolver, behind its name
     const char *members; // of the record, behind the gateway
@@ -271,7 +271,7 @@ TEST_F(dhcp_event, dns_servers)
 {
     const environment lease = {{"interface", "vlan2"}};
     for (const dns_row &row : dns_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         box.remove("/var/run/state_link");
         environment env = row.dns != nullptr ? with(lease, "dns", row.dns) : lease;
         std::string bound = event("bound", env).trace;

@@ -63,7 +63,7 @@ void dhcp_stop::stop_with_event_meanwhile()
 }
 
 struct last_event {
-    const char *what;
+    const char *name;
     bool is_leased;
     bool is_first; // the event comes before the stop looks for the link
     const char *requests;
@@ -102,7 +102,7 @@ const last_event last_events[] = {
 TEST_F(dhcp_stop, leaves_no_link_and_no_address)
 {
     for (const last_event &row : last_events) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         box.clear_rules();
         box.remove("/tmp/go");
         start(row.is_leased);

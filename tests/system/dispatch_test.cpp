@@ -1,6 +1,7 @@
 // What the program does under each of its names: status, output and log.
 #include "support/expect.h"
 #include "support/router_box.h"
+#include "support/rows.h"
 
 #include <gtest/gtest.h>
 
@@ -18,7 +19,7 @@ struct call_row {
     const char *trace;
 };
 
-class call : public ::testing::TestWithParam<call_row>
+class call : public testing::TestWithParam<call_row>
 {
 };
 
@@ -36,7 +37,7 @@ constexpr char SAVED[] = "log mcfg: save_link_state\n";
 
 INSTANTIATE_TEST_SUITE_P(
     names, call,
-    ::testing::Values(
+    testing::Values(
         call_row{"mcfg_alone", {"mcfg"}, 255, MCFG_USAGE, ""},
         call_row{"mcfg_with_a_path", {"/sbin/mcfg"}, 255, MCFG_USAGE, ""},
         call_row{"any_name_with_mcfg", {"xmcfg-test"}, 255, MCFG_USAGE, ""},
@@ -63,6 +64,6 @@ INSTANTIATE_TEST_SUITE_P(
         call_row{"unknown_name", {"/sbin/init"}, 0, "", ""},
         call_row{"empty_name", {""}, 0, "", ""},
         call_row{"name_that_ends_in_a_slash", {"/sbin/mcfg/"}, 0, "", ""}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 } // namespace

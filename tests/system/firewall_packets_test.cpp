@@ -1,6 +1,7 @@
 // What the generated tables do to packets: a router with the example settings between a LAN and a
 // provider, all of them network namespaces of the test's own, and today's iptables to load the
 // tables.
+#include "support/rows.h"
 #include "support/wired_hosts.h"
 #include "system/firewall_box.h"
 
@@ -337,6 +338,6 @@ INSTANTIATE_TEST_SUITE_P(
                      "chat 66667 x 113 tcp -\n"},
         refused_case{"opened_port_that_is_none", "nat", "/etc/default/trigger_ports",
                      "chat 6667 x ident tcp -\n"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 } // namespace

@@ -1,5 +1,6 @@
 // "firewall_update LAN WAN LOGMODE" as the router's software runs it: settings in, rule files,
 // commands and log out.
+#include "support/rows.h"
 #include "system/firewall_box.h"
 
 #include <map>
@@ -91,11 +92,12 @@ TEST_F(firewall_command, rebuilds_the_tables_of_the_example_router)
 }
 
 struct log_mode_case {
+    const char *name;
     const char *log_mode;
     const char *filter_rules;
 };
 
-class log_mode : public firewall_command, public ::testing::WithParamInterface<log_mode_case>
+class log_mode : public firewall_command, public testing::WithParamInterface<log_mode_case>
 {
 };
 
@@ -108,15 +110,17 @@ TEST_P(log_mode, chooses_the_targets)
     EXPECT_EQ(box.read(MANGLE), rules_fixture("mangle_rules"));
 }
 
-INSTANTIATE_TEST_SUITE_P(modes, log_mode,
-                         ::testing::Values(log_mode_case{"accept", "filter_rules.accept"},
-                                           log_mode_case{"drop", "filter_rules.drop"},
-                                           log_mode_case{"both", "filter_rules.both"},
-                                           log_mode_case{"none", "filter_rules.none"},
-                                           log_mode_case{"Both", "filter_rules.none"},
-                                           log_mode_case{"both ", "filter_rules.none"},
-                                           log_mode_case{"dro", "filter_rules.none"},
-                                           log_mode_case{"", "filter_rules.none"}));
+INSTANTIATE_TEST_SUITE_P(
+    modes, log_mode,
+    testing::Values(log_mode_case{"accept", "accept", "filter_rules.accept"},
+                    log_mode_case{"drop", "drop", "filter_rules.drop"},
+                    log_mode_case{"both", "both", "filter_rules.both"},
+                    log_mode_case{"none", "none", "filter_rules.none"},
+                    log_mode_case{"of another case", "Both", "filter_rules.none"},
+                    log_mode_case{"with a blank", "both ", "filter_rules.none"},
+                    log_mode_case{"cut short", "dro", "filter_rules.none"},
+                    log_mode_case{"empty", "", "filter_rules.none"}),
+    support::row_name);
 
 // A change of a file: the first place where before stands becomes after.
 struct edit {
@@ -132,7 +136,7 @@ struct switch_case {
     std::vector<edit> rules;
 };
 
-class switched : public firewall_command, public ::testing::WithParamInterface<switch_case>
+class switched : public firewall_command, public testing::WithParamInterface<switch_case>
 {
 };
 
@@ -160,7 +164,7 @@ constexpr char TRANSLATES[] = "-A POSTROUTING -o br0 -s 192.168.1.0/24 -d 192.16
 
 INSTANTIATE_TEST_SUITE_P(
     switches, switched,
-    ::testing::Values(
+    testing::Values(
         switch_case{"firewall_off",
                     {{IP_FILTER, "FIREWALL_ENABLE=1", "FIREWALL_ENABLE=0"}},
                     {{FILTER, CLOSES_INPUT, ""}}},
@@ -238,7 +242,7 @@ INSTANTIATE_TEST_SUITE_P(
         switch_case{"lines_that_say_nothing",
                     {{IP_FILTER, "FIREWALL_ENABLE=1", "\xff\x01FIREWALL_ENABLE=0\n#\n\n="}},
                     {}}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 TEST_F(firewall_command, logs_what_is_off)
 {

@@ -151,7 +151,7 @@ TEST_F(ppp_event, a_tunnel_of_the_example_router)
 }
 
 struct link_row {
-    const char *what;
+    const char *name;
     const char *link_name;  // null for unset
     const char *members;    // of the record, between "iface" and "ipaddr"
     const char *route;      // of the default route, null for none
@@ -221,7 +221,7 @@ TEST_F(ppp_event, link_names_and_metrics)
 {
     box.on("skip ioctl");
     for (const link_row &row : link_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         environment env = {{"IFNAME", "ppp1"}, {"IPLOCAL", "10.9.0.10"}, {"IPREMOTE", "10.9.0.1"}};
         if (row.link_name != nullptr)
             env.emplace_back("LINKNAME", row.link_name);

@@ -1,6 +1,8 @@
 // lab/stand-ins/iptables-restore, the translator of the router's rule dialect: what it changes, and
 // that it changes nothing else. With this machine's shell and tools, and with those of BusyBox,
 // which run it on the emulated router.
+#include "support/rows.h"
+
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <stdio.h>
@@ -44,7 +46,7 @@ struct dialect_case {
     const char *today; // null when it stays as it is
 };
 
-class rule_dialect : public ::testing::TestWithParam<dialect_case>
+class rule_dialect : public testing::TestWithParam<dialect_case>
 {
   protected:
     static std::string expected()
@@ -66,7 +68,7 @@ TEST_P(rule_dialect, is_translated_by_busybox)
 
 INSTANTIATE_TEST_SUITE_P(
     rules, rule_dialect,
-    ::testing::Values(
+    testing::Values(
         dialect_case{"not_behind_an_option", "-A FORWARD -i vlan2 -o ! vlan2 -j MINIUPNPD",
                      "-A FORWARD -i vlan2 ! -o vlan2 -j MINIUPNPD"},
         dialect_case{"not_behind_other_options",
@@ -130,7 +132,7 @@ INSTANTIATE_TEST_SUITE_P(
                      "-A logdrop ! -o vlan2 -j LOG --log-prefix \"DROP -o ! x \""},
         dialect_case{"other_lines", "*filter\n:INPUT ACCEPT [0:0]\n:80\n -j DROP -o ! x\n# -o ! y",
                      nullptr}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 TEST(rule_dialect_file, that_is_missing_is_an_error)
 {

@@ -2,6 +2,7 @@
 // out.
 #include "support/expect.h"
 #include "support/router_box.h"
+#include "support/rows.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -139,7 +140,7 @@ struct bad_row {
     size_t again = 0;
 };
 
-class bad_settings : public ::testing::TestWithParam<bad_row>
+class bad_settings : public testing::TestWithParam<bad_row>
 {
 };
 
@@ -179,7 +180,7 @@ std::string repeated(const std::string &text, size_t count)
 
 INSTANTIATE_TEST_SUITE_P(
     contents, bad_settings,
-    ::testing::Values(
+    testing::Values(
         bad_row{"empty", ""}, bad_row{"line_ends", "\n\r\n\n"},
         bad_row{"zero_bytes", std::string(5000, '\0')},
         bad_row{"every_byte", every_byte() + every_byte()},
@@ -194,7 +195,7 @@ INSTANTIATE_TEST_SUITE_P(
             "not_utf8",
             "vlan2 \xff\xff \xfe \xfd \xfc\nauto=\xff\nWIMAX_SSID=\x80\x81\nw pppoe \xff \xff\n"},
         bad_row{"no_line_end", "vlan2 wan 1 dhcp"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 TEST(set_config_command, reports_files_it_cannot_read)
 {

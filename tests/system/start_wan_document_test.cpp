@@ -1,4 +1,5 @@
 // mcfg start_wan: the types of an entry, its tunnels, and running configurations of any shape.
+#include "support/rows.h"
 #include "system/wan_box.h"
 
 #include <sys/stat.h>
@@ -40,15 +41,10 @@ TEST_F(start_wan_document, with_another_type_dials_nothing)
 }
 
 struct tunnel_members {
-    const char *oddity;
+    const char *name;
     const char *members;
     const char *log; // behind "force", of the tags that begin with mcfg-start_
 };
-
-std::ostream &operator<<(std::ostream &out, const tunnel_members &row)
-{
-    return out << row.oddity;
-}
 
 class start_wan_tunnels : public wan_box, public testing::WithParamInterface<tunnel_members>
 {
@@ -80,20 +76,16 @@ INSTANTIATE_TEST_SUITE_P(
         tunnel_members{"left alone when the entry has none", R"("have_tunnels":false,"Tunnels":[])",
                        ""},
         tunnel_members{"left alone when the entry does not say", R"("Tunnels":[])", ""},
-        tunnel_members{"left alone when it says so in a text", R"("have_tunnels":"true")", ""}));
+        tunnel_members{"left alone when it says so in a text", R"("have_tunnels":"true")", ""}),
+    support::row_name);
 
 // ---- documents of other shapes
 
 struct document {
-    const char *oddity;
+    const char *name;
     const char *text; // null for no file
     const char *error;
 };
-
-std::ostream &operator<<(std::ostream &out, const document &row)
-{
-    return out << row.oddity;
-}
 
 class start_wan_refused : public wan_box, public testing::WithParamInterface<document>
 {
@@ -123,7 +115,8 @@ INSTANTIATE_TEST_SUITE_P(
                     document{"network no object", R"({"Network":[]})", "Error on wan_array"},
                     document{"no wan", R"({"Network":{"Lan":[]}})", "Error on wan_array"},
                     document{"null wan", R"({"Network":{"Wan":null}})", "Error on wan_array"},
-                    document{"wan object", R"({"Network":{"Wan":{}}})", "Error on wan_array"}));
+                    document{"wan object", R"({"Network":{"Wan":{}}})", "Error on wan_array"}),
+    support::row_name);
 
 TEST_F(start_wan_document, that_is_a_directory_is_refused)
 {
@@ -176,7 +169,7 @@ TEST_F(start_wan_document, starts_with_a_directory_for_all_to_write_as_far_as_th
     mode_t mask = umask(002);
     umask(mask);
     mcfg({"start_wan", "0", "0"});
-    EXPECT_EQ(box.mode("/tmp/ppp"), 0777u & ~mask);
+    EXPECT_EQ(box.mode("/tmp/ppp"), 0777U & ~mask);
 }
 
 TEST_F(start_wan_document, starts_with_files_in_the_way_of_the_links)

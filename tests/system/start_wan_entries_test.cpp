@@ -1,4 +1,5 @@
 // mcfg start_wan: which entries are started, and how their interfaces are prepared.
+#include "support/rows.h"
 #include "system/wan_box.h"
 
 namespace
@@ -12,17 +13,12 @@ constexpr char THREE_ENTRIES[] = R"([{"iface":"vlan2","type":"dhcp"},
     {"iface":"eth7","type":"dhcp","auto":true}, {"iface":"eth8","type":"dhcp","auto":false}])";
 
 struct selection {
-    const char *oddity;
+    const char *name;
     std::vector<std::string> words; // behind start_wan
     const char *positions;          // as logged
     const char *force;              // as logged for each of them
     std::vector<std::string> started;
 };
-
-std::ostream &operator<<(std::ostream &out, const selection &row)
-{
-    return out << row.oddity;
-}
 
 class start_wan_selection : public wan_box, public testing::WithParamInterface<selection>
 {
@@ -69,8 +65,8 @@ INSTANTIATE_TEST_SUITE_P(
         selection{"past the end is an empty record", {"4", "1"}, "3", "1", {}},
         selection{"so is a negative number", {"-1", "1"}, "-2", "1", {}},
         selection{"so is a huge one", {"99999999999999999999", "0"}, "2147483646", "0", {}},
-        selection{
-            "and the lowest of all", {"-99999999999999999999", "0"}, "-2147483648", "0", {}}));
+        selection{"and the lowest of all", {"-99999999999999999999", "0"}, "-2147483648", "0", {}}),
+    support::row_name);
 
 TEST_F(start_wan_entries, are_automatic_unless_they_say_false)
 {
@@ -154,15 +150,10 @@ TEST_F(start_wan_entries, end_at_a_wimax_modem_that_cannot_be_taken_down)
 // ---- MTU and MAC
 
 struct preparation {
-    const char *oddity;
+    const char *name;
     const char *members; // of an entry for vlan2
     const char *trace;   // without the log
 };
-
-std::ostream &operator<<(std::ostream &out, const preparation &row)
-{
-    return out << row.oddity;
-}
 
 class start_wan_preparation : public wan_box, public testing::WithParamInterface<preparation>
 {
@@ -213,7 +204,8 @@ INSTANTIATE_TEST_SUITE_P(
             ioctl vlan2 SIOCSIFFLAGS 0x0
             shell ifconfig vlan2 hw ether 'x; second #'
             run ifconfig vlan2 hw ether 'x; second #'
-            )"}));
+            )"}),
+    support::row_name);
 
 TEST_F(start_wan_entries, with_shell_words_in_their_mac_run_no_second_command)
 {

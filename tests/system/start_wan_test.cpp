@@ -54,36 +54,17 @@ TEST_F(start_wan, of_the_example_router_at_a_pppoe_provider_dials_over_the_bare_
     outcome started = mcfg({"start_wan", "1", "0"});
     EXPECT_EQ(started.err, "Start pppd\npppd: done\n");
     EXPECT_TRACE(R"(
-        log mcfg-start_wan_morvi: start
-        log mcfg-start_wan_morvi: wan_array is array sizeof = 2
-        log mcfg-start_wan: Start wan # 0
-        log mcfg-start_wan: force = 0
         ioctl vlan2 SIOCSIFFLAGS 0x0
         shell ifconfig vlan2 0.0.0.0 mtu 1500
         ioctl vlan2 SIOCSIFFLAGS 0x1043
-        log mcfg-start_wan_morvi: Have tunnels on wan, start them
-        log mcfg-start_tunnels: tun_array is array sizeof = 4
-        log mcfg-start_tunnels: wan_type = pppoe
-        log mcfg-start_tunnels: start tunnel #0
-        log mcfg-start_tunnels: wan_type = pppoe, type = pppoe
-        log mcfg-get_string_from_json_by_name: name = metric, value = 1
         shell led yellow_wan on
         shell led green_wan off
         run pppd call wan1
-        log mcfg-start_tunnels: start tunnel #1
-        log mcfg-start_tunnels: wan_type = pppoe, type = pppoe
-        log mcfg-start_tunnels: start tunnel #2
-        log mcfg-start_tunnels: wan_type = pppoe, type = l2tp
-        log mcfg-start_tunnels: pppoe and pptp or l2tp
-        log mcfg-start_tunnels: start tunnel #3
-        log mcfg-start_tunnels: wan_type = pppoe, type = pptp
-        log mcfg-start_tunnels: pppoe and pptp or l2tp
-        log mcfg-start_wan_morvi: stop
         )",
-                 started.trace);
+                 without(started.trace, {"log"}));
     EXPECT_EQ(box.list("/etc/ppp/peers"), std::vector<std::string>{"wan1"});
     EXPECT_EQ(box.read("/etc/ppp/peers/wan1"), box.fixture("wan/peers/wan1"));
-    EXPECT_EQ(box.mode("/etc/ppp/peers/wan1"), 0600u);
+    EXPECT_EQ(box.mode("/etc/ppp/peers/wan1"), 0600U);
     EXPECT_FALSE(box.exists("/etc/xl2tpd.conf"));
     EXPECT_EQ(vlan2(), "up");
 }
@@ -105,7 +86,7 @@ TEST_F(start_wan, dials_the_example_routers_l2tp_tunnel_over_dhcp)
                  without(started.trace, {"log", "ioctl", "shell"}));
     EXPECT_EQ(box.list("/etc/ppp/peers"), std::vector<std::string>{"work"});
     EXPECT_EQ(box.read("/etc/ppp/peers/work"), box.fixture("wan/peers/work"));
-    EXPECT_EQ(box.mode("/etc/ppp/peers/work"), 0600u);
+    EXPECT_EQ(box.mode("/etc/ppp/peers/work"), 0600U);
     EXPECT_EQ(box.read("/etc/xl2tpd.conf"), box.fixture("wan/xl2tpd.conf"));
 }
 
@@ -124,7 +105,7 @@ TEST_F(start_wan, dials_the_example_routers_pptp_tunnel_over_dhcp)
                  without(started.trace, {"log", "ioctl", "shell"}));
     EXPECT_EQ(box.list("/etc/ppp/peers"), std::vector<std::string>{"club"});
     EXPECT_EQ(box.read("/etc/ppp/peers/club"), box.fixture("wan/peers/club"));
-    EXPECT_EQ(box.mode("/etc/ppp/peers/club"), 0600u);
+    EXPECT_EQ(box.mode("/etc/ppp/peers/club"), 0600U);
     EXPECT_FALSE(box.exists("/etc/xl2tpd.conf"));
 }
 
@@ -168,7 +149,7 @@ TEST_F(start_wan, of_a_static_entry_brings_the_link_up_at_once)
 // A settings line that ends early leaves empty texts in the document, and they are no addresses:
 // what has no gateway is on the link.
 struct short_line {
-    const char *oddity;
+    const char *name;
     const char *line; // of the settings
     const char *requested;
     const char *routes;
@@ -190,7 +171,7 @@ TEST_F(start_wan, of_a_static_line_that_ends_early_has_no_gateway)
     configure_example();
     box.interface("vlan2");
     for (const short_line &row : short_lines) {
-        SCOPED_TRACE(row.oddity);
+        SCOPED_TRACE(row.name);
         box.write("/etc/default/network-interfaces", row.line + std::string("\n"));
         box.run({"mcfg", "set_config"});
         outcome started = mcfg({"start_wan", "1", "0"});

@@ -1,4 +1,5 @@
 // mcfg stop_wan: which entries are stopped, and how the DHCP client, the tunnels and the link are.
+#include "support/rows.h"
 #include "system/wan_box.h"
 
 namespace
@@ -212,16 +213,11 @@ constexpr char THREE_ENTRIES[] = R"([{"iface":"vlan2","type":"dhcp","auto":false
     {"iface":"eth7","type":"dhcp"}, {"iface":"eth8","type":"dhcp"}])";
 
 struct selection {
-    const char *oddity;
+    const char *name;
     std::vector<std::string> words; // behind stop_wan
     const char *stopped;            // pid files' numbers
     bool is_full;
 };
-
-std::ostream &operator<<(std::ostream &out, const selection &row)
-{
-    return out << row.oddity;
-}
 
 class stop_wan_selection : public wan_box, public testing::WithParamInterface<selection>
 {
@@ -262,7 +258,8 @@ INSTANTIATE_TEST_SUITE_P(
                     selection{"past the end is an empty record", {"4", "0"}, "", false},
                     selection{"so is a negative number", {"-1", "0"}, "", false},
                     selection{"so is a huge one", {"99999999999999999999", "0"}, "", false},
-                    selection{"and the lowest", {"-99999999999999999999", "0"}, "", false}));
+                    selection{"and the lowest", {"-99999999999999999999", "0"}, "", false}),
+    support::row_name);
 
 // The link of an interface without a name is looked for, and not found.
 TEST_F(stop_wan, past_the_end_takes_down_the_link_without_a_name)
@@ -317,15 +314,10 @@ TEST_F(stop_wan, without_a_list_of_tunnels_says_so)
 // ---- the document
 
 struct document {
-    const char *oddity;
+    const char *name;
     const char *text; // null for no file
     bool is_loaded;   // else it is an error
 };
-
-std::ostream &operator<<(std::ostream &out, const document &row)
-{
-    return out << row.oddity;
-}
 
 class stop_wan_document : public wan_box, public testing::WithParamInterface<document>
 {
@@ -345,14 +337,16 @@ TEST_P(stop_wan_document, of_another_shape_stops_nothing)
     EXPECT_EQ(box.exists("/tmp/udhcpc"), !GetParam().is_loaded);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    rows, stop_wan_document,
-    testing::Values(document{"missing", nullptr, false}, document{"empty", "", false},
-                    document{"cut off", R"({"Network":{"Wan":[)", false},
-                    document{"binary", "\x7f\x45\x4c\x46\xff\xfe", false},
-                    document{"array", "[]", true}, document{"empty object", "{}", true},
-                    document{"network no object", R"({"Network":7})", true},
-                    document{"null wan", R"({"Network":{"Wan":null}})", true},
-                    document{"wan object", R"({"Network":{"Wan":{}}})", true}));
+INSTANTIATE_TEST_SUITE_P(rows, stop_wan_document,
+                         testing::Values(document{"missing", nullptr, false},
+                                         document{"empty", "", false},
+                                         document{"cut off", R"({"Network":{"Wan":[)", false},
+                                         document{"binary", "\x7f\x45\x4c\x46\xff\xfe", false},
+                                         document{"array", "[]", true},
+                                         document{"empty object", "{}", true},
+                                         document{"network no object", R"({"Network":7})", true},
+                                         document{"null wan", R"({"Network":{"Wan":null}})", true},
+                                         document{"wan object", R"({"Network":{"Wan":{}}})", true}),
+                         support::row_name);
 
 } // namespace

@@ -1,6 +1,7 @@
 // "update_time": the zone of the kernel's clock.
 #include "support/expect.h"
 #include "support/router_box.h"
+#include "support/rows.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +20,7 @@ struct zone_case {
     int west;
 };
 
-class update_time_command : public ::testing::TestWithParam<zone_case>
+class update_time_command : public testing::TestWithParam<zone_case>
 {
 };
 
@@ -49,22 +50,22 @@ TEST_P(update_time_command, sets_the_zone_and_leaves_the_clock)
 
 INSTANTIATE_TEST_SUITE_P(
     zones, update_time_command,
-    ::testing::Values(zone_case{"three_hours_east", "UTC-3\n", 10, 13, -180},
-                      zone_case{"five_hours_west", "EST5\n", 10, 5, 300},
-                      zone_case{"utc", "UTC0\n", 10, 10, 0},
-                      zone_case{"only_whole_hours_count", "IST-5:30\n", 10, 15, -300},
-                      zone_case{"past_midnight_is_a_day_off", "UTC-3\n", 22, 1, 1260},
-                      zone_case{"before_midnight_is_a_day_off", "EST5\n", 2, 21, -1140},
-                      zone_case{"summer_time_counts", "CET-1CEST,M3.5.0,M10.5.0/3\n", 10, 12, -120},
-                      zone_case{"line_end_and_blanks_are_trimmed", "UTC-3 \r\n", 10, 13, -180},
-                      zone_case{"no_line_end", "UTC-3", 10, 13, -180},
-                      zone_case{"only_the_first_line_counts", "UTC-3\nEST5\n", 10, 13, -180},
-                      zone_case{"empty_line_is_utc", "\n", 10, 10, 0},
-                      zone_case{"binary_is_utc", std::string("\xff\x01\x02\n"), 10, 10, 0},
-                      // The 64th character would make it eleven hours.
-                      zone_case{"cut_at_63_characters", "<" + std::string(59, 'A') + ">-11\n", 10,
-                                11, -60}),
-    [](const auto &row) { return row.param.name; });
+    testing::Values(zone_case{"three_hours_east", "UTC-3\n", 10, 13, -180},
+                    zone_case{"five_hours_west", "EST5\n", 10, 5, 300},
+                    zone_case{"utc", "UTC0\n", 10, 10, 0},
+                    zone_case{"only_whole_hours_count", "IST-5:30\n", 10, 15, -300},
+                    zone_case{"past_midnight_is_a_day_off", "UTC-3\n", 22, 1, 1260},
+                    zone_case{"before_midnight_is_a_day_off", "EST5\n", 2, 21, -1140},
+                    zone_case{"summer_time_counts", "CET-1CEST,M3.5.0,M10.5.0/3\n", 10, 12, -120},
+                    zone_case{"line_end_and_blanks_are_trimmed", "UTC-3 \r\n", 10, 13, -180},
+                    zone_case{"no_line_end", "UTC-3", 10, 13, -180},
+                    zone_case{"only_the_first_line_counts", "UTC-3\nEST5\n", 10, 13, -180},
+                    zone_case{"empty_line_is_utc", "\n", 10, 10, 0},
+                    zone_case{"binary_is_utc", std::string("\xff\x01\x02\n"), 10, 10, 0},
+                    // The 64th character would make it eleven hours.
+                    zone_case{"cut_at_63_characters", "<" + std::string(59, 'A') + ">-11\n", 10, 11,
+                              -60}),
+    support::row_name);
 
 TEST(update_time_without_zone_file, takes_the_zone_of_the_environment)
 {

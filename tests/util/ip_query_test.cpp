@@ -16,7 +16,7 @@ struct network_case {
     const char *network;
 };
 
-class network_text : public ::testing::TestWithParam<network_case>
+class network_text : public testing::TestWithParam<network_case>
 {
 };
 
@@ -30,7 +30,7 @@ TEST_P(network_text, has_the_prefix_length)
 
 INSTANTIATE_TEST_SUITE_P(
     networks, network_text,
-    ::testing::Values(
+    testing::Values(
         network_case{"home", "192.168.1.77", "255.255.255.0", "192.168.1.0/24"},
         network_case{"everything", "192.168.1.77", "0.0.0.0", "0.0.0.0/0"},
         network_case{"one_host", "192.168.1.77", "255.255.255.255", "192.168.1.77/32"},
@@ -42,7 +42,7 @@ INSTANTIATE_TEST_SUITE_P(
         network_case{"longest_text", "255.255.255.255", "255.255.255.255", "255.255.255.255/32"},
         network_case{"text_that_is_no_address", "here", "255.255.255.0", "255.255.255.0/24"},
         network_case{"text_that_is_no_mask", "192.168.1.77", "", "192.168.1.77/32"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 class address_query : public support::unit_test
 {

@@ -56,7 +56,7 @@ TEST_F(link_state, the_first_save_makes_the_file)
 }
 
 struct save_row {
-    const char *what;
+    const char *name;
     const char *before; // null for no file; taken to the letter
     std::vector<const char *> entries;
     const char *after;
@@ -131,7 +131,7 @@ const save_row save_rows[] = {
 TEST_F(link_state, saves)
 {
     for (const save_row &row : save_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         world.clear();
         if (row.before != nullptr)
             world.write(store_path, row.before);
@@ -234,7 +234,7 @@ TEST_F(link_state, a_save_over_a_store_says_so)
 }
 
 struct find_row {
-    const char *what;
+    const char *name;
     const char *root;
     const char *param;
     const char *value;
@@ -262,7 +262,7 @@ const find_row find_rows[] = {
 TEST_F(link_state, finds_and_removes)
 {
     for (const find_row &row : find_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         json_t *root = json_loads(row.root, 0, nullptr);
         ASSERT_NE(root, nullptr);
         json_t *found = get_link_state_ex(root, row.param, row.value);

@@ -46,7 +46,7 @@ struct quote_row {
     const char *expected;
 };
 
-class ordinary_or_quoted : public ::testing::TestWithParam<quote_row>
+class ordinary_or_quoted : public testing::TestWithParam<quote_row>
 {
 };
 
@@ -59,20 +59,19 @@ TEST_P(ordinary_or_quoted, value)
 
 INSTANTIATE_TEST_SUITE_P(
     values, ordinary_or_quoted,
-    ::testing::Values(quote_row{"address", "192.168.0.1", "192.168.0.1"},
-                      quote_row{"mac", "00:0A:EB:11:22:30", "00:0A:EB:11:22:30"},
-                      quote_row{"path", "/media/sda1", "/media/sda1"},
-                      quote_row{"network", "10.0.0.0/8", "10.0.0.0/8"},
-                      quote_row{"all_plain_signs", "a_b.c/d:e@f%g+h=i,j-k",
-                                "a_b.c/d:e@f%g+h=i,j-k"},
-                      quote_row{"empty", "", ""}, quote_row{"blank", "a b", "'a b'"},
-                      quote_row{"command", "1;reboot", "'1;reboot'"},
-                      quote_row{"substitution", "$(reboot)", "'$(reboot)'"},
-                      quote_row{"quote", "a'b", "'a'\\''b'"},
-                      quote_row{"line_end", "a\nreboot", "'a\nreboot'"},
-                      quote_row{"home", "~root", "'~root'"}, quote_row{"glob", "*", "'*'"},
-                      quote_row{"high_bytes", "\xc3\xa4", "'\xc3\xa4'"}),
-    [](const auto &row) { return row.param.name; });
+    testing::Values(quote_row{"address", "192.168.0.1", "192.168.0.1"},
+                    quote_row{"mac", "00:0A:EB:11:22:30", "00:0A:EB:11:22:30"},
+                    quote_row{"path", "/media/sda1", "/media/sda1"},
+                    quote_row{"network", "10.0.0.0/8", "10.0.0.0/8"},
+                    quote_row{"all_plain_signs", "a_b.c/d:e@f%g+h=i,j-k", "a_b.c/d:e@f%g+h=i,j-k"},
+                    quote_row{"empty", "", ""}, quote_row{"blank", "a b", "'a b'"},
+                    quote_row{"command", "1;reboot", "'1;reboot'"},
+                    quote_row{"substitution", "$(reboot)", "'$(reboot)'"},
+                    quote_row{"quote", "a'b", "'a'\\''b'"},
+                    quote_row{"line_end", "a\nreboot", "'a\nreboot'"},
+                    quote_row{"home", "~root", "'~root'"}, quote_row{"glob", "*", "'*'"},
+                    quote_row{"high_bytes", "\xc3\xa4", "'\xc3\xa4'"}),
+    support::row_name);
 
 TEST_F(shell_line, quoted_values_reach_the_tool_and_start_nothing)
 {

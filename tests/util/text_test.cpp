@@ -1,5 +1,7 @@
 #include "util/text.h"
 
+#include "support/rows.h"
+
 #include <gtest/gtest.h>
 #include <limits.h>
 #include <string>
@@ -13,7 +15,7 @@ struct trim_row {
     const char *expected;
 };
 
-class trim : public ::testing::TestWithParam<trim_row>
+class trim : public testing::TestWithParam<trim_row>
 {
 };
 
@@ -25,14 +27,14 @@ TEST_P(trim, removes_only_blanks_and_line_ends_at_the_end)
 }
 
 INSTANTIATE_TEST_SUITE_P(texts, trim,
-                         ::testing::Values(trim_row{"blank_and_line_end", "abc \r\n", "abc"},
-                                           trim_row{"tab_stays", "abc\t", "abc\t"},
-                                           trim_row{"tab_stops", "abc \t \n", "abc \t"},
-                                           trim_row{"empty", "", ""},
-                                           trim_row{"nothing_else", " \r\n ", ""},
-                                           trim_row{"front_stays", "  abc", "  abc"},
-                                           trim_row{"inside_stays", "a b\nc\n", "a b\nc"}),
-                         [](const auto &row) { return row.param.name; });
+                         testing::Values(trim_row{"blank_and_line_end", "abc \r\n", "abc"},
+                                         trim_row{"tab_stays", "abc\t", "abc\t"},
+                                         trim_row{"tab_stops", "abc \t \n", "abc \t"},
+                                         trim_row{"empty", "", ""},
+                                         trim_row{"nothing_else", " \r\n ", ""},
+                                         trim_row{"front_stays", "  abc", "  abc"},
+                                         trim_row{"inside_stays", "a b\nc\n", "a b\nc"}),
+                         support::row_name);
 
 TEST(ether_etoa2, writes_twelve_upper_case_digits)
 {
@@ -55,7 +57,7 @@ struct int_row {
     int expected;
 };
 
-class decimal : public ::testing::TestWithParam<int_row>
+class decimal : public testing::TestWithParam<int_row>
 {
 };
 
@@ -64,18 +66,19 @@ TEST_P(decimal, converts_like_atoi)
     EXPECT_EQ(text_to_int(GetParam().text), GetParam().expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    texts, decimal,
-    ::testing::Values(int_row{"plain", "20", 20}, int_row{"leading_blanks", " \t 7", 7},
-                      int_row{"plus", "+5", 5}, int_row{"minus", "-5", -5},
-                      int_row{"stops_at_a_letter", "12ab", 12}, int_row{"no_digits", "x", 0},
-                      int_row{"empty", "", 0}, int_row{"hexadecimal_is_not_read", "0x10", 0},
-                      int_row{"leading_zero_is_decimal", "010", 10},
-                      int_row{"largest", "2147483647", INT_MAX},
-                      int_row{"beyond_an_int", "4294967297", INT_MAX},
-                      int_row{"beyond_a_long", "99999999999999999999", INT_MAX},
-                      int_row{"far_below", "-99999999999999999999", INT_MIN}),
-    [](const auto &row) { return row.param.name; });
+INSTANTIATE_TEST_SUITE_P(texts, decimal,
+                         testing::Values(int_row{"plain", "20", 20},
+                                         int_row{"leading_blanks", " \t 7", 7},
+                                         int_row{"plus", "+5", 5}, int_row{"minus", "-5", -5},
+                                         int_row{"stops_at_a_letter", "12ab", 12},
+                                         int_row{"no_digits", "x", 0}, int_row{"empty", "", 0},
+                                         int_row{"hexadecimal_is_not_read", "0x10", 0},
+                                         int_row{"leading_zero_is_decimal", "010", 10},
+                                         int_row{"largest", "2147483647", INT_MAX},
+                                         int_row{"beyond_an_int", "4294967297", INT_MAX},
+                                         int_row{"beyond_a_long", "99999999999999999999", INT_MAX},
+                                         int_row{"far_below", "-99999999999999999999", INT_MIN}),
+                         support::row_name);
 
 struct copy_row {
     const char *name;
@@ -84,7 +87,7 @@ struct copy_row {
     bool fits;
 };
 
-class copy : public ::testing::TestWithParam<copy_row>
+class copy : public testing::TestWithParam<copy_row>
 {
 };
 
@@ -96,12 +99,12 @@ TEST_P(copy, is_cut_at_the_room_and_terminated)
 }
 
 INSTANTIATE_TEST_SUITE_P(texts, copy,
-                         ::testing::Values(copy_row{"empty", "", "", true},
-                                           copy_row{"null", nullptr, "", true},
-                                           copy_row{"just_fits", "abc", "abc", true},
-                                           copy_row{"one_too_long", "abcd", "abc", false},
-                                           copy_row{"far_too_long", "abcdefghij", "abc", false}),
-                         [](const auto &row) { return row.param.name; });
+                         testing::Values(copy_row{"empty", "", "", true},
+                                         copy_row{"null", nullptr, "", true},
+                                         copy_row{"just_fits", "abc", "abc", true},
+                                         copy_row{"one_too_long", "abcd", "abc", false},
+                                         copy_row{"far_too_long", "abcdefghij", "abc", false}),
+                         support::row_name);
 
 TEST(text_set, may_copy_within_one_buffer)
 {

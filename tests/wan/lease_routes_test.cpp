@@ -20,7 +20,7 @@ class lease_routes : public support::unit_test
 };
 
 struct route_row {
-    const char *what;
+    const char *name;
     const char *text;
     const char *trace;
 };
@@ -47,7 +47,7 @@ const route_row host_rows[] = {
 TEST_F(lease_routes, host)
 {
     for (const route_row &row : host_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         add_host_routes("vlan2", row.text);
         EXPECT_TRACE(row.trace, world.trace());
@@ -90,7 +90,7 @@ const route_row static_rows[] = {
 TEST_F(lease_routes, with_a_prefix_length)
 {
     for (const route_row &row : static_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         add_static_routes("vlan2", row.text);
         EXPECT_TRACE(row.trace, world.trace());
@@ -98,7 +98,7 @@ TEST_F(lease_routes, with_a_prefix_length)
 }
 
 struct classless_row {
-    const char *what;
+    const char *name;
     const char *text;
     bool trusted;
     const char *trace;
@@ -175,7 +175,7 @@ const classless_row classless_rows[] = {
 TEST_F(lease_routes, classless)
 {
     for (const classless_row &row : classless_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         EXPECT_EQ(add_classless_routes("vlan2", row.text), row.trusted);
         EXPECT_TRACE(row.trace, world.trace());

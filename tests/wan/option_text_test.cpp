@@ -1,5 +1,7 @@
 #include "wan/option_text.h"
 
+#include "support/rows.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -29,7 +31,7 @@ struct text_row {
     const char *expected;
 };
 
-class option_text : public ::testing::TestWithParam<text_row>
+class option_text : public testing::TestWithParam<text_row>
 {
 };
 
@@ -40,7 +42,7 @@ TEST_P(option_text, is_written)
 
 INSTANTIATE_TEST_SUITE_P(
     values, option_text,
-    ::testing::Values(
+    testing::Values(
         text_row{"address", write_pppd_value, "home@isp.example.net", "home@isp.example.net"},
         text_row{"all_plain", write_pppd_value, "!$%&()*+,-./0:;<=>?@AZ[]^_`az{|}~",
                  "!$%&()*+,-./0:;<=>?@AZ[]^_`az{|}~"},
@@ -91,6 +93,6 @@ INSTANTIATE_TEST_SUITE_P(
         text_row{"lns_comment", write_xl2tpd_value, "a;b", "a"},
         text_row{"lns_comment_on_the_second_line", write_xl2tpd_value, "a\n;b", "a"},
         text_row{"lns_as_it_is", write_xl2tpd_value, "a \t\"#'\\=[b]", "a \t\"#'\\=[b]"}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 
 } // namespace

@@ -33,17 +33,12 @@ class json
 // ---- what is dialled
 
 struct dialling {
-    const char *oddity;
+    const char *name;
     const char *wan_type;
     const char *tunnels; // "type:name" each, with "!" behind when it is dialled by itself
     const char *dialled; // what the daemons are run as
     const char *words;   // why others are not
 };
-
-std::ostream &operator<<(std::ostream &out, const dialling &row)
-{
-    return out << row.oddity;
-}
 
 std::string make_tunnels(std::string list)
 {
@@ -105,7 +100,8 @@ INSTANTIATE_TEST_SUITE_P(
                  "pppoe and pptp or l2tp, ppp, pppoe and pptp or l2tp"},
         dialling{"an unknown tunnel type is pppd's", "dhcp", "3g:a!", "pppd call a", ""},
         dialling{"the type is compared whole", "dhcp", "pppoe2:a!", "pppd call a", ""},
-        dialling{"no tunnels", "dhcp", "", "", ""}));
+        dialling{"no tunnels", "dhcp", "", "", ""}),
+    support::row_name);
 
 // ---- the steps of one start, whole
 

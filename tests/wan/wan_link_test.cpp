@@ -62,7 +62,7 @@ TEST_F(wan_link, static_up)
 }
 
 struct up_row {
-    const char *what;
+    const char *name;
     const char *entry; // of the interface "eth9" in the running configuration
     const char *link;
     const char *trace; // routes and the lines about them
@@ -149,7 +149,7 @@ std::string routes_of(const std::string &trace)
 TEST_F(wan_link, routes_by_type)
 {
     for (const up_row &row : up_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         world.write("/var/run/Config", config_with(row.entry));
         EXPECT_EQ(up("eth9", row.link), 0);
@@ -164,7 +164,7 @@ TEST_F(wan_link, routes_by_type)
 }
 
 struct jump_row {
-    const char *what;
+    const char *name;
     const char *iface;
     const char *link;
     const char *commands; // besides the lights
@@ -196,7 +196,7 @@ const jump_row jump_rows[] = {
 TEST_F(wan_link, jump_into_the_port_forwardings)
 {
     for (const jump_row &row : jump_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         world.write("/var/run/Config",
                     config_with(R"({"type":"dhcp","iface":")" + std::string(row.iface) + R"("})"));
@@ -220,7 +220,7 @@ TEST_F(wan_link, an_address_without_end_starts_nothing)
 }
 
 struct refused_row {
-    const char *what;
+    const char *name;
     const char *config; // null for no file
     const char *trace;
 };
@@ -263,7 +263,7 @@ const refused_row refused_rows[] = {
 TEST_F(wan_link, without_an_entry_nothing_is_done)
 {
     for (const refused_row &row : refused_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         if (row.config != nullptr)
             world.write("/var/run/Config", row.config);
@@ -350,7 +350,7 @@ TEST_F(wan_link, down)
 }
 
 struct down_row {
-    const char *what;
+    const char *name;
     const char *store;
     bool is_recorded;
     const char *commands;
@@ -391,7 +391,7 @@ const down_row down_rows[] = {
 TEST_F(wan_link, down_by_the_record)
 {
     for (const down_row &row : down_rows) {
-        SCOPED_TRACE(row.what);
+        SCOPED_TRACE(row.name);
         begin();
         world.write("/var/run/state_link", row.store);
         EXPECT_EQ(is_link_recorded("eth9"), row.is_recorded);
