@@ -209,14 +209,13 @@ TEST_F(wan_link, jump_into_the_port_forwardings)
 }
 
 // A command line is cut at 255 characters, quotes and all: what is left of it is no command.
+// The jump's line would be cut inside of its quotes.
 TEST_F(wan_link, an_address_without_end_starts_nothing)
 {
     world.write("/var/run/Config", config_with(R"({"iface":"eth9"})"));
     EXPECT_EQ(up("eth9", R"({"ipaddr":")" + std::string(100000, ';') + R"("})"), 0);
-    std::string expected = "shell iptables -t nat -I PREROUTING -i eth9 -d '";
-    expected.resize(strlen("shell ") + 255, ';');
-    std::string lights = "shell led yellow_wan off\nshell led green_wan on\n";
-    EXPECT_EQ(world.trace_of({"shell", "run"}), lights + expected + "\n");
+    EXPECT_EQ(world.trace_of({"shell", "run"}),
+              "shell led yellow_wan off\nshell led green_wan on\n");
 }
 
 struct refused_row {
