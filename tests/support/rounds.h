@@ -1,5 +1,5 @@
-// How often tests repeat what only chance can show: processes that race, or are killed anywhere. What
-// is known to go wrong has a test of its own that brings it about for certain.
+// How often tests repeat what only chance can show: processes that race, or are killed anywhere.
+// What is known to go wrong has a test of its own that brings it about for certain.
 #pragma once
 
 #include <stdlib.h>
