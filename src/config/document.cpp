@@ -15,7 +15,7 @@ constexpr unsigned LOCK_TRIES = 15;
 
 json_t *load_config_with_lock()
 {
-    return load_file_with_lock("/var/run", "Config", LOCK_TRIES);
+    return load_file_with_lock("/var/run", CONFIG_LOCK, LOCK_TRIES);
 }
 
 static bool is_dash(const char *text)
@@ -111,21 +111,26 @@ static void add_interfaces(json_t *network, bool from_files)
     }
 }
 
-void set_config(unsigned from_files)
+json_t *make_config(unsigned from_files)
 {
-    static constexpr char tag[] = "mcfg-set_config";
-    logmessage(tag, "start");
-    watch_json_memory();
     json_t *network = json_object();
     json_object_set_new(network, "Common", make_common());
     json_object_set_new(network, "Lan", json_array());
     json_object_set_new(network, "Wan", json_array());
-
-    logmessage(tag, "WAN_IFNAME = %s", "vlan2");
     add_interfaces(network, from_files != 0);
     // Last, as a member that cannot be set is gone.
     json_t *root = json_object();
     json_object_set_new(root, "Network", network);
+    return root;
+}
+
+void set_config(unsigned from_files)
+{
+    static constexpr char tag[] = "mcfg-set_config";
+    logmessage(tag, "start");
+    logmessage(tag, "WAN_IFNAME = %s", "vlan2");
+    watch_json_memory();
+    json_t *root = make_config(from_files);
     write_document(tag, root, CONFIG_PATH);
     json_decref(root);
     logmessage(tag, "stop");

@@ -5,9 +5,14 @@
 #include <jansson.h>
 
 constexpr char CONFIG_PATH[] = "/var/run/Config";
+constexpr char CONFIG_LOCK[] = "Config";
 
 // Load the document while holding its lock. Results and log lines are load_file_with_lock()'s.
 json_t *load_config_with_lock();
+
+// The document as the settings files have it now, a new one that the caller owns. What is said of
+// files, memory and UTF-8 below holds here, too. Logs nothing.
+json_t *make_config(unsigned from_files);
 
 // Build the document from the settings files and write it to /var/run/Config, whole, without its
 // lock and without reading the one before: it is built while the LAN comes up, before any event

@@ -91,10 +91,9 @@ constexpr rule_row filter_rows[] = {
 int filter_setting_morvi(const char *lan_if, const char *lan_ip, const char *wan_if,
                          const char *accept_target, const char *drop_target)
 {
-    static constexpr char path[] = "/tmp/filter_rules";
     const rule_values values = {lan_if, lan_ip, "", wan_if, accept_target, drop_target};
-    if (write_rule_file(path, filter_rows, values) != 0)
+    if (write_rule_file(FILTER_RULES, filter_rows, values) != 0)
         return -1;
-    load_rule_file(path);
+    load_rule_file(FILTER_RULES);
     return 0;
 }

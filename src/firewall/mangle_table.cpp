@@ -19,8 +19,7 @@ constexpr rule_row mangle_rows[] = {
 
 int mangle_setting_morvi(const char *, const char *, const char *, const char *)
 {
-    static constexpr char path[] = "/tmp/mangle_rules";
-    if (write_rule_file(path, mangle_rows, {}) != 0)
+    if (write_rule_file(MANGLE_RULES, mangle_rows, {}) != 0)
         return 0;
-    return load_rule_file(path);
+    return load_rule_file(MANGLE_RULES);
 }

@@ -47,9 +47,8 @@ constexpr rule_row nat_rows[] = {
 void nat_setting_morvi(const char *lan_if, const char *lan_ip, const char *lan_netmask,
                        const char *wan_if)
 {
-    static constexpr char path[] = "/tmp/nat_rules";
     char network[NETWORK_TEXT_MAX];
     ip2class(lan_ip, lan_netmask, network);
-    if (write_rule_file(path, nat_rows, {lan_if, lan_ip, network, wan_if}) == 0)
-        load_rule_file(path);
+    if (write_rule_file(NAT_RULES, nat_rows, {lan_if, lan_ip, network, wan_if}) == 0)
+        load_rule_file(NAT_RULES);
 }

@@ -4,6 +4,10 @@
 // they stand.
 #pragma once
 
+constexpr char NAT_RULES[] = "/tmp/nat_rules";
+constexpr char FILTER_RULES[] = "/tmp/filter_rules";
+constexpr char MANGLE_RULES[] = "/tmp/mangle_rules";
+
 // Write and load /tmp/nat_rules: the UPnP daemon's hook, the port forwards, NAT loopback,
 // masquerading and port triggers. lan_ip and lan_netmask are dotted quads. The jump from PREROUTING
 // to the port forwards is not in it: it goes away with a rebuild, and the next event of a WAN link

@@ -35,8 +35,8 @@ constexpr words add_vlans[] = {
 // clang-format off
 constexpr words build_bridge[] = {
     {"brctl", "addbr", "br0"},
-    {"brctl", "addif", "br0", "vlan1"},
-    {"brctl", "addif", "br0", "ra0"},
+    {"brctl", "addif", "br0", bridge_ports[0]},
+    {"brctl", "addif", "br0", bridge_ports[1]},
     {"brctl", "setfd", "br0", "0.1"},
     {"brctl", "sethello", "br0", "0.1"},
     {"brctl", "stp", "br0", "0"},

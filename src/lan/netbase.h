@@ -2,6 +2,8 @@
 // firewall and DNS relay. The WAN is started afterwards, by a command of its own.
 #pragma once
 
+inline constexpr const char *bridge_ports[] = {"vlan1", "ra0"};
+
 // Bring the base network up: rebuild the running configuration, run the firmware's net-base
 // scripts, configure loopback, build VLANs and bridge (vconfig()), address the LAN as element 0 of
 // "Lan" says (type "static": its address; "dhcp": a DHCP client; any other: no address), write

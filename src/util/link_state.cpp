@@ -9,8 +9,6 @@
 #include <stdio.h>
 #include <string.h>
 
-constexpr char STORE_PATH[] = "/var/run/state_link";
-constexpr char LINKS_KEY[] = "state_links";
 constexpr size_t LINK_NAME_MAX = 64;
 
 struct loaded_store {
@@ -31,7 +29,7 @@ static loaded_store read_store(FILE *file)
 
 static loaded_store open_store()
 {
-    FILE *file = fopen(STORE_PATH, "r");
+    FILE *file = fopen(LINK_STATE_PATH, "r");
     if (file == nullptr)
         return {nullptr, errno == ENOENT ? 0 : errno};
     loaded_store store = read_store(file);
@@ -43,14 +41,14 @@ static loaded_store load_store(const char *tag)
 {
     loaded_store store = open_store();
     if (store.error != 0)
-        logmessage(tag, "Cannot read %s: %s", STORE_PATH, strerror(store.error));
+        logmessage(tag, "Cannot read %s: %s", LINK_STATE_PATH, strerror(store.error));
     return store;
 }
 
 // Whether it could be written is not looked at: the next save starts from what it finds.
 static void write_store(const char *tag, const json_t *root)
 {
-    write_document(tag, root, STORE_PATH);
+    write_document(tag, root, LINK_STATE_PATH);
 }
 
 static void put_link(json_t *links, json_t *entry)
@@ -68,7 +66,7 @@ static json_t *make_store(json_t *entry)
     json_t *links = json_array();
     json_array_append(links, entry);
     json_t *root = json_object();
-    json_object_set_new(root, LINKS_KEY, links);
+    json_object_set_new(root, LINK_STATE_LINKS, links);
     return root;
 }
 
@@ -77,7 +75,7 @@ static void update_store(const char *tag, json_t *entry)
     loaded_store store = load_store(tag);
     if (store.root != nullptr) {
         logmessage(tag, "get root - ok");
-        json_t *links = json_object_get(store.root, LINKS_KEY);
+        json_t *links = json_object_get(store.root, LINK_STATE_LINKS);
         if (links != nullptr)
             put_link(links, entry);
     } else {
@@ -108,7 +106,7 @@ json_t *get_link_state_ex(json_t *root, const char *param, const char *value)
 {
     static constexpr char tag[] = "mcfg-get_link_state_ex";
     logmessage(tag, "start");
-    json_t *links = json_object_get(root, LINKS_KEY);
+    json_t *links = json_object_get(root, LINK_STATE_LINKS);
     json_t *link = nullptr;
     if (links != nullptr) {
         logmessage(tag, "state_links - ok");
@@ -132,7 +130,7 @@ void remove_link_state_ex(json_t *root, const char *param, const char *value)
 {
     static constexpr char tag[] = "mcfg-remove_link_state_ex";
     logmessage(tag, "start - param =%s, value = %s", param, value);
-    json_t *links = json_object_get(root, LINKS_KEY);
+    json_t *links = json_object_get(root, LINK_STATE_LINKS);
     if (links != nullptr) {
         logmessage(tag, "state_links - ok");
         unsigned index = 0;
@@ -151,7 +149,7 @@ static bool is_over(const json_t *link, const char *iface)
 bool is_link_recorded(const char *iface)
 {
     json_t *root = open_store().root;
-    const json_t *links = json_object_get(root, LINKS_KEY);
+    const json_t *links = json_object_get(root, LINK_STATE_LINKS);
     bool is_recorded = false;
     for (size_t i = 0; i < json_array_size(links) && !is_recorded; i++)
         is_recorded = is_over(json_array_get(links, i), iface);
@@ -169,7 +167,7 @@ static bool forget_link(const char *tag, json_t *root, const char *iface, undo_l
     logmessage(tag, "Get link on iface %s", iface);
     undo(iface, record);
     remove_link_state_ex(root, "iface", iface);
-    const json_t *links = json_object_get(root, LINKS_KEY);
+    const json_t *links = json_object_get(root, LINK_STATE_LINKS);
     if (links != nullptr)
         logmessage(tag, " size of array =  %d", static_cast<int>(json_array_size(links)));
     write_store(tag, root);

@@ -10,6 +10,8 @@
 
 #include <jansson.h>
 
+constexpr char LINK_STATE_PATH[] = "/var/run/state_link";
+constexpr char LINK_STATE_LINKS[] = "state_links"; // the member with the links
 constexpr char LINK_STATE_LOCK[] = "state_link";
 constexpr unsigned LINK_STATE_TRIES = 15;
 

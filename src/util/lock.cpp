@@ -6,9 +6,7 @@
 #include <stdio.h>
 #include <unistd.h>
 
-constexpr size_t LOCK_PATH_MAX = 512;
-
-static void lock_path(char (&path)[LOCK_PATH_MAX], const char *name)
+void lock_path(char (&path)[LOCK_PATH_MAX], const char *name)
 {
     text_format(path, sizeof(path), "/var/lock/%s.lock", name);
 }

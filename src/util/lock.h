@@ -7,6 +7,13 @@
 // ones.
 #pragma once
 
+#include <stddef.h>
+
+constexpr size_t LOCK_PATH_MAX = 512;
+
+// Write the path of the lock file of the lock name.
+void lock_path(char (&path)[LOCK_PATH_MAX], const char *name);
+
 enum class lock_result {
     taken,
     no_file, // the lock file could not be created

@@ -70,10 +70,10 @@ bool get_link_metric(const json_t *object, int *metric)
 
 // Insert (-I) or delete (-D) the jump of the traffic for the link's address into the chain of port
 // forwardings, without a shell. (The other links do it in one: wan_link.cpp.)
-static void change_jump_by_words(const char *operation, const char *iface, const char *ipaddr)
+int change_jump(const char *operation, const char *iface, const char *ipaddr)
 {
-    run_tool("iptables", "-t", "nat", operation, "PREROUTING", "-i", iface, "-d", ipaddr, "-j",
-             "VSERVER");
+    return run_tool("iptables", "-t", "nat", operation, "PREROUTING", "-i", iface, "-d", ipaddr,
+                    "-j", "VSERVER");
 }
 
 // Tell the net-base script of the link ("add") or of its end ("remove").
@@ -100,7 +100,7 @@ void wan_ppp_up(const ppp_link *link, json_t *object)
     save_ppp_info("add", link->iface, link->name, link->ipaddr, link->type);
     run_tool(RESOLV, "add", link->iface, link->name, link->dns1, link->dns2);
     run_tool(RESOLV, "start");
-    change_jump_by_words("-I", link->iface, link->ipaddr);
+    change_jump("-I", link->iface, link->ipaddr);
     leds_connected();
     save_link_state_ex(object);
     logmessage(tag, "stop\n");
@@ -110,7 +110,7 @@ static void undo_registration(const char *iface, const char *ipaddr, const char 
                               const char *type)
 {
     logmessage(DOWN_TAG, "ifname = %s, name = %s ipaddr=%s, type=%s", iface, name, ipaddr, type);
-    change_jump_by_words("-D", iface, ipaddr);
+    change_jump("-D", iface, ipaddr);
     save_ppp_info("remove", iface, name, ipaddr, type);
     run_tool(RESOLV, "remove", iface, name);
     run_tool(RESOLV, "start");

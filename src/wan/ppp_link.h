@@ -18,6 +18,10 @@ struct ppp_link {
     char dns2[IPV4_TEXT_MAX];
 };
 
+// Insert (operation "-I") or delete ("-D") the jump of the traffic for the link's address into the
+// chain of port forwardings, by words. Returns the result of the command (see _eval()).
+int change_jump(const char *operation, const char *iface, const char *ipaddr);
+
 // Make the empty files /tmp/ppp/link.IFACE and /tmp/ppp/link.NAME, by which scripts see that the
 // link is up. Returns 0, or the error number of the first that could not be made, which is reported
 // on standard error with its path. Neither is made when one of the two names holds a slash: EINVAL,

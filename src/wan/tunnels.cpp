@@ -13,7 +13,6 @@
 
 constexpr char START_TAG[] = "mcfg-start_tunnels";
 constexpr char STOP_TAG[] = "mcfg-stop_tunnels";
-constexpr size_t PIDFILE_PATH_MAX = 100;
 
 struct dial_budget {
     const char *wan_type;
@@ -108,6 +107,11 @@ void start_tunnels(const char *wan_type, const json_t *tunnels)
     }
 }
 
+void format_ppp_pidfile(char (&path)[PPP_PIDFILE_MAX], const char *type, const char *name)
+{
+    text_format(path, sizeof(path), "/var/run/ppp-%s-%s.pid", type, name);
+}
+
 static void stop_tunnel(const json_t *tunnel)
 {
     const char *type = text_or_empty(json_object_get(tunnel, "type"));
@@ -116,8 +120,8 @@ static void stop_tunnel(const json_t *tunnel)
         run_tool("killall", "xl2tpd");
         return;
     }
-    char path[PIDFILE_PATH_MAX];
-    text_format(path, sizeof(path), "/var/run/ppp-%s-%s.pid", type, name);
+    char path[PPP_PIDFILE_MAX];
+    format_ppp_pidfile(path, type, name);
     logmessage(STOP_TAG, "pidfile for pppd: %s", path);
     // A second SIGTERM, never SIGKILL: pppd is to say goodbye to its peer.
     stop_by_pidfile(path, SIGTERM);

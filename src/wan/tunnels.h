@@ -2,6 +2,13 @@
 #pragma once
 
 #include <jansson.h>
+#include <stddef.h>
+
+constexpr size_t PPP_PIDFILE_MAX = 100;
+
+// Write the path of the file into which pppd puts its process number and, on the next line, the
+// name of its interface, for the tunnel of that type and name (wan/peer.h). A longer path is cut.
+void format_ppp_pidfile(char (&path)[PPP_PIDFILE_MAX], const char *type, const char *name);
 
 // Dial the tunnels that suit a WAN entry of type wan_type: those with "auto" true, in the order of
 // the array, up to one over "static" or "dhcp", three over "pppoe" and none over anything else.
