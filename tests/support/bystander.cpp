@@ -8,13 +8,14 @@
 #include <fcntl.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 namespace support
 {
 
-pid_t start_bystander(bool ignore_term)
+pid_t start_bystander(bool ignore_term, const std::string &name)
 {
     sigset_t all, mask;
     sigfillset(&all);
@@ -25,6 +26,8 @@ pid_t start_bystander(bool ignore_term)
             signal(number, SIG_DFL);
         if (ignore_term)
             signal(SIGTERM, SIG_IGN);
+        if (!name.empty())
+            prctl(PR_SET_NAME, name.c_str());
         setsid();
         close_range(0, ~0U, 0);
         sigset_t none;

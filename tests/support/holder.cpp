@@ -85,7 +85,7 @@ static message answer_run(const message &request, const std::vector<int> &descri
 
 static message answer_bystander(const message &request, const std::vector<int> &)
 {
-    return {"ok", std::to_string(start_bystander(request.at(1) == "yes"))};
+    return {"ok", std::to_string(start_bystander(request.at(1) == "yes", request.at(2)))};
 }
 
 static message answer_running(const message &request, const std::vector<int> &)

@@ -13,7 +13,7 @@ namespace support
 // answer is "ok" with results, or "error" with a reason.
 //   run COUNT WORD... NAME=VALUE...   starts the program; descriptors: its output, its errors
 //                                     -> number of the process
-//   bystander yes|no                  starts one that does nothing (yes: not even on SIGTERM)
+//   bystander yes|no NAME             starts one that does nothing (yes: not even on SIGTERM)
 //                                     -> number
 //   running NUMBER                    -> yes|no
 //   end NUMBER                        kills it

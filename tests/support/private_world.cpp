@@ -135,9 +135,9 @@ std::string private_world::in_network(const std::vector<std::string> &command)
     });
 }
 
-pid_t private_world::bystander(bool ignore_term)
+pid_t private_world::bystander(bool ignore_term, const std::string &name)
 {
-    bystanders.push_back(start_bystander(ignore_term));
+    bystanders.push_back(start_bystander(ignore_term, name));
     return bystanders.back();
 }
 

@@ -24,7 +24,7 @@ class private_world : public world
     void bind(const std::string &host_path, const std::string &path) override;
     void interface(const std::string &name) override;
     std::string in_network(const std::vector<std::string> &command) override;
-    pid_t bystander(bool ignore_term = false) override;
+    pid_t bystander(bool ignore_term = false, const std::string &name = "") override;
     bool is_running(pid_t pid) const override;
 
     // Runs a routine and returns what it wrote to standard output or standard error (file

@@ -261,9 +261,9 @@ std::string router_box::in_network(const std::vector<std::string> &command)
     });
 }
 
-pid_t router_box::bystander(bool ignore_term)
+pid_t router_box::bystander(bool ignore_term, const std::string &name)
 {
-    return std::stoi(p->ask({"bystander", ignore_term ? "yes" : "no"}).at(1));
+    return std::stoi(p->ask({"bystander", ignore_term ? "yes" : "no", name}).at(1));
 }
 
 bool router_box::is_running(pid_t pid) const

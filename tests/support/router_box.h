@@ -57,7 +57,7 @@ class router_box : public world
     void disk(const std::string &path, const std::string &size);
     void interface(const std::string &name) override;
     std::string in_network(const std::vector<std::string> &command) override;
-    pid_t bystander(bool ignore_term = false) override;
+    pid_t bystander(bool ignore_term = false, const std::string &name = "") override;
     bool is_running(pid_t pid) const override;
 
   protected:

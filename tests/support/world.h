@@ -126,9 +126,9 @@ class world
     virtual std::string in_network(const std::vector<std::string> &command) = 0;
 
     // Starts a process in the world that does nothing until a signal ends it, and returns its
-    // number as the world counts. With ignore_term it lets SIGTERM pass. is_running() asks after
-    // it.
-    virtual pid_t bystander(bool ignore_term = false) = 0;
+    // number as the world counts. With ignore_term it lets SIGTERM pass; with a name (15 characters
+    // of it) that is its command's. is_running() asks after it.
+    virtual pid_t bystander(bool ignore_term = false, const std::string &name = "") = 0;
     virtual bool is_running(pid_t pid) const = 0;
 
   protected:
