@@ -5,5 +5,5 @@ set(budget
     #program stripped squashfs
     mcfg     53000    23000
     mmac     10000    4200
-    mctl     65000    27000
+    mctl     110000   46000
 )

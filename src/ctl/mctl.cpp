@@ -1,6 +1,8 @@
 #include "ctl/mctl.h"
 
 #include "ctl/check/check.h"
+#include "ctl/heal/heal.h"
+#include "ctl/status/status.h"
 
 #include <stdio.h>
 #include <string.h>
@@ -15,6 +17,8 @@ struct sub_command {
 constexpr sub_command sub_commands[] = {
     {"check", "[--root DIR] [--json]", "tell what the router will make of its settings",
      check_main},
+    {"status", "[--json]", "tell what is wanted, what is recorded and what is", status_main},
+    {"heal", "[--dry-run]", "mend what is odd and can be mended safely", heal_main},
 };
 
 static int usage(FILE *to, int status)

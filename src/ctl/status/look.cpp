@@ -1,0 +1,151 @@
+#include "ctl/status/look.h"
+
+#include "config/document.h"
+#include "config/json_access.h"
+#include "ctl/check/tree.h"
+#include "util/link_state.h"
+#include "util/text.h"
+
+#include <arpa/inet.h>
+#include <string.h>
+#include <time.h>
+
+// Config and store are written in place, which takes milliseconds.
+constexpr int READING_TRIES = 4;
+constexpr timespec BETWEEN_TRIES = {0, 60 * 1000 * 1000};
+
+struct read_document {
+    json_t *root;
+    bool is_missing;
+    const char *fault; // null when it was read
+    char error[96];
+};
+
+static void read_once(read_document *document, const char *path)
+{
+    *document = {};
+    loaded_file file = load_file("/", path);
+    json_error_t error = {};
+    switch (file.state) {
+    case file_state::missing:
+        document->is_missing = true;
+        document->fault = "is missing";
+        break;
+    case file_state::not_a_file:
+        document->fault = "is no plain file";
+        break;
+    case file_state::unreadable:
+        document->fault = "cannot be read";
+        break;
+    case file_state::loaded:
+        document->root = json_loadb(file.bytes, file.length, 0, &error);
+        if (file.is_cut || document->root == nullptr)
+            document->fault = file.is_cut ? "is too long" : "is no JSON";
+        break;
+    }
+    unload_file(&file);
+}
+
+static void read_settled(read_document *document, const char *path)
+{
+    for (int i = 0; i < READING_TRIES; i++) {
+        if (i > 0)
+            nanosleep(&BETWEEN_TRIES, nullptr);
+        read_once(document, path);
+        if (document->fault == nullptr || document->is_missing)
+            return;
+        if (i + 1 < READING_TRIES)
+            json_decref(document->root);
+    }
+}
+
+static bool are_entries(const json_t *list)
+{
+    for (size_t i = 0; i < json_array_size(list); i++) {
+        if (!json_is_string(json_object_get(json_array_get(list, i), "iface")))
+            return false;
+    }
+    return json_is_array(list);
+}
+
+static bool look_at_config(look *at, char (&fault)[FAULT_MAX])
+{
+    read_document document;
+    read_settled(&document, CONFIG_PATH);
+    at->config = document.root;
+    if (document.fault != nullptr) {
+        text_format(fault, sizeof(fault), "%s %s: mcfg set_config makes it", CONFIG_PATH,
+                    document.fault);
+        return false;
+    }
+    if (are_entries(config_entries(*at, "Lan")) && are_entries(config_entries(*at, "Wan")))
+        return true;
+    text_format(fault, sizeof(fault), "%s has not the entries Network/Lan and Network/Wan",
+                CONFIG_PATH);
+    return false;
+}
+
+static void look_at_store(look *at)
+{
+    read_document document;
+    read_settled(&document, LINK_STATE_PATH);
+    at->store = document.root;
+    if (!document.is_missing)
+        at->store_fault = document.fault;
+    if (document.fault == nullptr && !json_is_array(all_records(*at)))
+        at->store_fault = "has no state_links";
+}
+
+bool look_around(look *at, char (&fault)[FAULT_MAX])
+{
+    *at = {};
+    if (!look_at_config(at, fault))
+        return false;
+    // What is recorded had its address and its jump before: so these are looked at later.
+    look_at_store(at);
+    int error = look_at_kernel(&at->kernel);
+    if (error != 0) {
+        text_format(fault, sizeof(fault), "cannot see the network: %s", strerror(error));
+        return false;
+    }
+    int status = look_at_nat(&at->nat);
+    if (status != 0)
+        text_format(fault, sizeof(fault), "cannot list the nat table: iptables ended with %d",
+                    status);
+    return status == 0;
+}
+
+void forget_look(look *at)
+{
+    json_decref(at->config);
+    json_decref(at->store);
+    forget_nat(&at->nat);
+}
+
+const json_t *config_entries(const look &at, const char *list)
+{
+    return json_object_get(json_object_get(at.config, "Network"), list);
+}
+
+const json_t *all_records(const look &at)
+{
+    return json_object_get(at.store, LINK_STATE_LINKS);
+}
+
+const json_t *find_record(const look &at, const char *iface)
+{
+    const json_t *records = all_records(at);
+    for (size_t i = 0; i < json_array_size(records); i++) {
+        const json_t *record = json_array_get(records, i);
+        if (strcmp(text_or_empty(json_object_get(record, "iface")), iface) == 0)
+            return record;
+    }
+    return nullptr;
+}
+
+in_addr_t address_of(const json_t *object, const char *key)
+{
+    in_addr address;
+    const char *text = text_or_empty(json_object_get(object, key));
+    return inet_pton(AF_INET, text, &address) == 1 ? address.s_addr : 0;
+}

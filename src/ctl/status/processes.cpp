@@ -1,0 +1,110 @@
+#include "ctl/status/processes.h"
+
+#include "util/text.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <limits.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+constexpr size_t PROC_TEXT_MAX = 1024;
+constexpr int WORDS_LOOKED_AT = 3;
+
+// At most cap - 1 bytes of a file, with a terminator. Returns how many, or 0 when there is none.
+static size_t read_start(const char *path, char *text, size_t cap)
+{
+    int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return 0;
+    size_t used = 0;
+    ssize_t got;
+    while (used < cap - 1 && (got = read(fd, text + used, cap - 1 - used)) > 0)
+        used += static_cast<size_t>(got);
+    close(fd);
+    text[used] = '\0';
+    return used;
+}
+
+static size_t read_process_file(int number, const char *name, char (&text)[PROC_TEXT_MAX])
+{
+    char path[48];
+    text_format(path, sizeof(path), "/proc/%d/%s", number, name);
+    return read_start(path, text, sizeof(text));
+}
+
+static bool is_named(const char *text, const char *const names[], size_t count)
+{
+    const char *slash = strrchr(text, '/');
+    const char *base = slash != nullptr ? slash + 1 : text;
+    for (size_t i = 0; i < count; i++) {
+        if (strcmp(base, names[i]) == 0)
+            return true;
+    }
+    return false;
+}
+
+// "NUMBER (NAME) STATE ...": the name may hold anything.
+static bool has_state(int number, char *name, size_t cap)
+{
+    char stat[PROC_TEXT_MAX];
+    if (read_process_file(number, "stat", stat) == 0)
+        return false;
+    char *begin = strchr(stat, '(');
+    char *end = strrchr(stat, ')');
+    if (begin == nullptr || end == nullptr || end < begin || strlen(end) < 3)
+        return false;
+    *end = '\0';
+    text_set(name, cap, begin + 1);
+    return strchr("ZXx", end[2]) == nullptr;
+}
+
+bool is_process(int number, const char *const names[], size_t count)
+{
+    char name[64];
+    char words[PROC_TEXT_MAX];
+    if (number <= 0 || !has_state(number, name, sizeof(name)))
+        return false;
+    if (is_named(name, names, count))
+        return true;
+    size_t length = read_process_file(number, "cmdline", words);
+    const char *word = words;
+    for (int i = 0; i < WORDS_LOOKED_AT && word < words + length; i++) {
+        if (is_named(word, names, count))
+            return true;
+        word += strlen(word) + 1;
+    }
+    return false;
+}
+
+static int to_number(const char *text)
+{
+    errno = 0;
+    long number = strtol(text, nullptr, 10);
+    return errno != 0 || number <= 0 || number > INT_MAX ? 0 : static_cast<int>(number);
+}
+
+pid_file read_pid_file(const char *path)
+{
+    pid_file file = {};
+    char text[64];
+    struct stat status;
+    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) ||
+        read_start(path, text, sizeof(text)) == 0)
+        return file;
+    file.number = to_number(text);
+    const char *line_end = strchr(text, '\n');
+    if (line_end != nullptr)
+        text_set(file.iface, line_end + 1);
+    file.iface[strcspn(file.iface, "\n")] = '\0';
+    return file;
+}
+
+int find_process(const char *path, const char *name)
+{
+    int number = read_pid_file(path).number;
+    const char *const names[] = {name};
+    return is_process(number, names, 1) ? number : 0;
+}

@@ -1,0 +1,76 @@
+#include "util/tool_output.h"
+
+#include "util/process.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+// Start the tool with the descriptor as its standard output, which ours is for that long.
+static int start_into(const char *const argv[], unsigned timeout_s, int descriptor, pid_t *child)
+{
+    fflush(stdout);
+    int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    dup2(descriptor, STDOUT_FILENO);
+    int error = _eval(const_cast<char *const *>(argv), nullptr, timeout_s, child);
+    if (own < 0) {
+        close(STDOUT_FILENO);
+        return error;
+    }
+    dup2(own, STDOUT_FILENO);
+    close(own);
+    return error;
+}
+
+// All is read, so that the tool does not wait for us; what has no room is dropped.
+static void read_all(int descriptor, char *text)
+{
+    size_t used = 0;
+    char rest[512];
+    for (;;) {
+        bool is_full = used == TOOL_OUTPUT_MAX - 1;
+        ssize_t got = read(descriptor, is_full ? rest : text + used,
+                           is_full ? sizeof(rest) : TOOL_OUTPUT_MAX - 1 - used);
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0)
+            break;
+        used += is_full ? 0 : static_cast<size_t>(got);
+    }
+    text[used] = '\0';
+}
+
+static int wait_for(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR)
+            return errno;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : status;
+}
+
+char *read_tool_output(const char *const argv[], unsigned timeout_s, int *status)
+{
+    char *text = static_cast<char *>(calloc(1, TOOL_OUTPUT_MAX));
+    int ends[2];
+    *status = ENOMEM;
+    if (text == nullptr)
+        return nullptr;
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+        *status = errno;
+        return text;
+    }
+    pid_t child = -1;
+    *status = start_into(argv, timeout_s, ends[1], &child);
+    close(ends[1]);
+    if (*status == 0) {
+        read_all(ends[0], text);
+        *status = wait_for(child);
+    }
+    close(ends[0]);
+    return text;
+}

@@ -1,0 +1,314 @@
+// mctl status and mctl heal, reason by reason: the state is made, the status names it and nothing
+// else, heal mends it (or the world does), and the status is content.
+#include "ctl/heal/heal.h"
+#include "ctl/router_world.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace
+{
+
+using router_world::router_test;
+
+class status_reason : public router_test
+{
+  protected:
+    void SetUp() override
+    {
+        router_test::SetUp();
+        world.tool("/sbin/mcfg");
+    }
+
+    void expect(const std::vector<std::string> &expected) { EXPECT_EQ(reasons(), expected); }
+
+    // Runs heal and gives what it has told.
+    std::string heal(int expected_status = 0)
+    {
+        struct context {
+            int status;
+        } run = {-1};
+        world.clear_trace();
+        std::string told = support::private_world::captured(
+            1, [](void *c) { static_cast<context *>(c)->status = heal_main(0, nullptr); }, &run);
+        EXPECT_EQ(run.status, expected_status) << told;
+        return told;
+    }
+
+    // What heal has done, without its looks.
+    std::string steps()
+    {
+        return support::without(
+            world.trace(), {"run iptables -t nat -S", "log ", "sleep ", "run iptables-legacy"});
+    }
+};
+
+TEST_F(status_reason, is_none_of_a_healthy_router_and_heal_does_nothing_to_it)
+{
+    lease();
+    expect({});
+    EXPECT_EQ(heal(), "");
+    EXPECT_TRACE("run iptables -t nat -S\n", world.trace());
+}
+
+TEST_F(status_reason, is_none_of_a_healthy_router_at_a_pppoe_provider)
+{
+    dial();
+    expect({});
+    EXPECT_EQ(heal(), "");
+    EXPECT_TRACE("run iptables -t nat -S\n", world.trace());
+}
+
+TEST_F(status_reason, no_interface)
+{
+    lease();
+    ip("link del br0");
+    expect({"LAN0 down: no-interface"});
+}
+
+TEST_F(status_reason, no_port)
+{
+    lease();
+    world.remove("/sys/class/net/br0/brif/ra0");
+    expect({"LAN0 odd: no-port"});
+    heal(1);
+    EXPECT_EQ(steps(), "");
+    world.write("/sys/class/net/br0/brif/ra0", "");
+    expect({});
+}
+
+TEST_F(status_reason, not_started)
+{
+    world.write("/etc/default/network-interfaces",
+                "br0 lan 1 static 192.168.1.1 255.255.255.0 - - 192.168.1.255 - -\n"
+                "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 5 - - -\n"
+                "wimax0 wimax 0 dhcp - - - - - - -\n");
+    set_config(1);
+    ip("link set vlan2 down");
+    expect({"WAN down: not-started"});
+    EXPECT_EQ(heal(1), "WAN: start it: mcfg start_wan 1 0\n");
+    EXPECT_EQ(steps(), "run mcfg start_wan 1 0\n");
+}
+
+TEST_F(status_reason, client_down)
+{
+    lease();
+    world.write(router_world::DHCP_PID, "999999\n");
+    expect({"WAN down: client-down"});
+    world.write(router_world::DHCP_PID, std::to_string(world.bystander(false, "sleep")));
+    expect({"WAN down: client-down"});
+    EXPECT_EQ(heal(1), "WAN: start it: mcfg start_wan 1 0\n");
+    EXPECT_EQ(steps(), "run mcfg start_wan 1 0\n");
+    run_daemon("udhcpc", router_world::DHCP_PID);
+    expect({});
+}
+
+TEST_F(status_reason, daemon_down)
+{
+    dial();
+    kill(pppd, SIGKILL);
+    world.write("/var/run/ppp-pppoe-wan1.pid", "999999\nppp1\n");
+    ip("link del ppp1");
+    expect({"wan1 down: daemon-down"});
+    EXPECT_EQ(heal(1), "wan1: take back what is recorded of ppp1\nwan1: dial it\n");
+    EXPECT_NE(steps().find("run pppd call wan1\n"), std::string::npos) << steps();
+    EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n");
+    run_daemon("pppd", "/var/run/ppp-pppoe-wan1.pid");
+    expect({"wan1 dialling: not-connected"});
+    EXPECT_EQ(heal(1), "");
+}
+
+TEST_F(status_reason, interface_down)
+{
+    lease();
+    record("");
+    iptables("-F PREROUTING");
+    ip("address flush dev vlan2");
+    ip("link set vlan2 down");
+    expect({"WAN odd: interface-down"});
+    EXPECT_EQ(heal(1), "WAN: bring vlan2 up\n");
+    EXPECT_EQ(steps(), "ioctl vlan2 SIOCSIFFLAGS 0x1043\n");
+    expect({"WAN dialling: no-lease"});
+}
+
+TEST_F(status_reason, no_carrier)
+{
+    lease();
+    ip("link set vlan2p down");
+    expect({"WAN down: no-carrier"});
+    EXPECT_EQ(heal(1), "");
+    ip("link set vlan2p up");
+    expect({});
+}
+
+TEST_F(status_reason, no_lease)
+{
+    lease();
+    record("");
+    iptables("-F PREROUTING");
+    ip("address flush dev vlan2");
+    expect({"WAN dialling: no-lease"});
+    EXPECT_EQ(heal(1), "");
+}
+
+TEST_F(status_reason, no_address)
+{
+    lease();
+    ip("address flush dev vlan2");
+    expect({"WAN odd: no-address"});
+    EXPECT_EQ(heal(1), "WAN: take back what is recorded of vlan2\n"
+                       "WAN: bring vlan2 up for its client\n");
+    EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n");
+    expect({"WAN dialling: no-lease"});
+}
+
+TEST_F(status_reason, not_recorded)
+{
+    lease();
+    record("");
+    expect({"WAN odd: not-recorded"});
+    EXPECT_EQ(heal(), "WAN: record it with 192.0.2.77\n");
+    EXPECT_EQ(steps(), "");
+    expect({});
+}
+
+TEST_F(status_reason, not_recorded_of_a_tunnel)
+{
+    dial();
+    record("");
+    expect({"wan1 odd: not-recorded"});
+    EXPECT_EQ(heal(), "wan1: record it with 10.9.0.10\n");
+    expect({});
+}
+
+TEST_F(status_reason, route_missing)
+{
+    lease();
+    ip("route del default via 192.0.2.1 dev vlan2");
+    expect({"WAN odd: route-missing"});
+    EXPECT_EQ(heal(), "WAN: add the default route by 192.0.2.1\n");
+    expect({});
+}
+
+TEST_F(status_reason, route_other)
+{
+    lease();
+    ip("route del default via 192.0.2.1 dev vlan2");
+    ip("route add default via 192.0.2.9 dev vlan2 metric 7");
+    expect({"WAN odd: route-other"});
+    EXPECT_EQ(heal(), "WAN: take the default route by 192.0.2.9 away\n"
+                      "WAN: add the default route by 192.0.2.1\n");
+    expect({});
+}
+
+TEST_F(status_reason, jump_missing)
+{
+    lease();
+    iptables("-F PREROUTING");
+    expect({"WAN odd: jump-missing"});
+    EXPECT_EQ(heal(), "WAN: lead 192.0.2.77 into the port forwards\n");
+    EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n"
+                            "-A PREROUTING -d 192.0.2.77/32 -i vlan2 -j VSERVER\n");
+    expect({});
+}
+
+TEST_F(status_reason, jump_twice)
+{
+    lease();
+    for (int i = 0; i < 2; i++)
+        iptables("-I PREROUTING -i vlan2 -d 192.0.2.77 -j VSERVER");
+    expect({"WAN odd: jump-twice"});
+    heal();
+    EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n"
+                            "-A PREROUTING -d 192.0.2.77/32 -i vlan2 -j VSERVER\n");
+    expect({});
+}
+
+TEST_F(status_reason, jump_old)
+{
+    lease();
+    iptables("-I PREROUTING -i vlan2 -d 192.0.2.66 -j VSERVER");
+    expect({"WAN odd: jump-old"});
+    heal();
+    expect({});
+    iptables("-I PREROUTING -i ppp4 -d 192.0.2.65 -j VSERVER");
+    expect({"router odd: jump-old"});
+    heal();
+    EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n"
+                            "-A PREROUTING -d 192.0.2.77/32 -i vlan2 -j VSERVER\n");
+    expect({});
+}
+
+TEST_F(status_reason, lock_held)
+{
+    lease();
+    pid_t holder = world.bystander(false, "mcfg");
+    world.write("/var/lock/state_link.lock", std::to_string(holder));
+    expect({"router odd: lock-held"});
+    EXPECT_EQ(heal(1), "");
+    EXPECT_TRUE(world.exists("/var/lock/state_link.lock"));
+    world.remove("/var/lock/state_link.lock");
+    expect({});
+}
+
+TEST_F(status_reason, lock_dead)
+{
+    lease();
+    for (const char *name : {"state_link", "Config"}) {
+        world.write(std::string("/var/lock/") + name + ".lock", "999999");
+        expect({"router odd: lock-dead"});
+        EXPECT_EQ(heal(), std::string("router: remove the lock ") + name + "\n");
+        expect({});
+    }
+    world.write("/var/lock/Config.lock", std::to_string(world.bystander(false, "sleep")));
+    expect({"router odd: lock-dead"});
+    world.write("/var/lock/Config.lock", "");
+    expect({"router odd: lock-dead"});
+    heal();
+    expect({});
+}
+
+TEST_F(status_reason, store_broken)
+{
+    lease();
+    for (const char *content : {"{}", "", "{\"state_links\": 1}", "[1"}) {
+        world.write(router_world::STORE, content);
+        EXPECT_EQ(reasons().back(), "router odd: store-broken") << content;
+        EXPECT_EQ(heal(), "router: remove the broken /var/run/state_link\n"
+                          "WAN: record it with 192.0.2.77\n");
+        expect({});
+    }
+}
+
+TEST_F(status_reason, table_other)
+{
+    lease();
+    world.write("/tmp/nat_rules", "*nat\n"
+                                  ":PREROUTING ACCEPT [0:0]\n"
+                                  ":VSERVER - [0:0]\n"
+                                  "-A VSERVER -p tcp -m tcp --dport 8080 -j DNAT --to "
+                                  "192.168.1.20:80\n"
+                                  "-A POSTROUTING -s 192.168.1.0/255.255.255.0 -o ! br0 -j "
+                                  "MASQUERADE\n"
+                                  "COMMIT\n");
+    expect({"router odd: table-other"});
+    EXPECT_EQ(heal(1), "");
+    iptables("-A VSERVER -p tcp -m tcp --dport 8080 -j DNAT --to 192.168.1.20:80");
+    iptables("-A POSTROUTING ! -o br0 -s 192.168.1.0/24 -j MASQUERADE");
+    expect({});
+    iptables("-R VSERVER 1 -p tcp -m tcp --dport 8080 -j DNAT --to 192.168.1.21:80");
+    expect({"router odd: table-other"});
+    iptables("-F POSTROUTING");
+}
+
+TEST_F(status_reason, config_old)
+{
+    lease();
+    world.write("/etc/default/dns.conf", "dns1=192.0.2.54\n");
+    expect({"router odd: config-old"});
+    EXPECT_EQ(heal(1), "");
+    set_config(1);
+    expect({});
+}
+
+} // namespace
