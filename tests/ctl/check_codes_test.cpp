@@ -180,6 +180,7 @@ const code_case cases[] = {
     {"blank-name", WIMAX, "WIMAX_SSID= home\n", 1, "WIMAX_SSID", "WIMAX_SSID=home\n"},
     {"dns-unknown", DNS, "auto=wan9\n", 1, "auto", "auto=wan2\n"},
 
+    {"key-prefix", FILTER, "FIREWALL_EN=0\n", 1, "FIREWALL_EN", "FIREWALL_ENABLE=0\n"},
     {"key-prefix", FILTER, "FIREWALL_ENABLED=0\n", 1, "FIREWALL_ENABLED", "FIREWALL_ENABLE =0\n"},
     {"switch-value", FILTER, "NAT_ENABLE=off\n", 1, "NAT_ENABLE", "NAT_ENABLE=no\n"},
     {"switch-value", FILTER, "MAC_FILTER_ENABLE=3\n", 1, "MAC_FILTER_ENABLE", "MAC_FILTER_ENABLE=Allow\n"},
