@@ -1,6 +1,7 @@
 #include "ctl/mctl.h"
 
 #include "ctl/check/check.h"
+#include "ctl/firewall.h"
 #include "ctl/heal/heal.h"
 #include "ctl/status/status.h"
 
@@ -18,6 +19,8 @@ constexpr sub_command sub_commands[] = {
     {"check", "[--root DIR] [--json]", "tell what the router will make of its settings",
      check_main},
     {"status", "[--json]", "tell what is wanted, what is recorded and what is", status_main},
+    {"firewall", "LAN WAN LOGMODE",
+     "rebuild the firewall, and lead links into the port forwards again", firewall_main},
     {"heal", "[--dry-run]", "mend what is odd and can be mended safely", heal_main},
 };
 

@@ -9,19 +9,35 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Start the tool with the descriptor as its standard output, which ours is for that long.
-static int start_into(const char *const argv[], unsigned timeout_s, int descriptor, pid_t *child)
+// Put descriptor in the place of fd. Returns what was there, or -1 for nothing.
+static int put_in_place(int fd, int descriptor)
+{
+    int own = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    dup2(descriptor, fd);
+    return own;
+}
+
+static void put_back(int fd, int own)
+{
+    if (own < 0) {
+        close(fd);
+        return;
+    }
+    dup2(own, fd);
+    close(own);
+}
+
+// Start the tool with the descriptor as its output, which is ours for that long.
+static int start_into(const char *const argv[], unsigned timeout_s, int descriptor,
+                      bool with_errors, pid_t *child)
 {
     fflush(stdout);
-    int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    dup2(descriptor, STDOUT_FILENO);
+    int out = put_in_place(STDOUT_FILENO, descriptor);
+    int err = with_errors ? put_in_place(STDERR_FILENO, descriptor) : -1;
     int error = _eval(const_cast<char *const *>(argv), nullptr, timeout_s, child);
-    if (own < 0) {
-        close(STDOUT_FILENO);
-        return error;
-    }
-    dup2(own, STDOUT_FILENO);
-    close(own);
+    if (with_errors)
+        put_back(STDERR_FILENO, err);
+    put_back(STDOUT_FILENO, out);
     return error;
 }
 
@@ -53,7 +69,7 @@ static int wait_for(pid_t child)
     return WIFEXITED(status) ? WEXITSTATUS(status) : status;
 }
 
-char *read_tool_output(const char *const argv[], unsigned timeout_s, int *status)
+static char *read_tool(const char *const argv[], unsigned timeout_s, bool with_errors, int *status)
 {
     char *text = static_cast<char *>(calloc(1, TOOL_OUTPUT_MAX));
     int ends[2];
@@ -65,7 +81,7 @@ char *read_tool_output(const char *const argv[], unsigned timeout_s, int *status
         return text;
     }
     pid_t child = -1;
-    *status = start_into(argv, timeout_s, ends[1], &child);
+    *status = start_into(argv, timeout_s, ends[1], with_errors, &child);
     close(ends[1]);
     if (*status == 0) {
         read_all(ends[0], text);
@@ -73,4 +89,14 @@ char *read_tool_output(const char *const argv[], unsigned timeout_s, int *status
     }
     close(ends[0]);
     return text;
+}
+
+char *read_tool_output(const char *const argv[], unsigned timeout_s, int *status)
+{
+    return read_tool(argv, timeout_s, false, status);
+}
+
+char *read_tool_messages(const char *const argv[], unsigned timeout_s, int *status)
+{
+    return read_tool(argv, timeout_s, true, status);
 }

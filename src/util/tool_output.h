@@ -9,3 +9,6 @@ constexpr size_t TOOL_OUTPUT_MAX = 256 * 1024; // what is behind it is not kept
 // Its standard error stays where ours is. Returns the text, which the caller frees and which is
 // never null but for want of memory, and stores what _eval() would return at *status.
 char *read_tool_output(const char *const argv[], unsigned timeout_s, int *status);
+
+// The same with its standard error among it.
+char *read_tool_messages(const char *const argv[], unsigned timeout_s, int *status);

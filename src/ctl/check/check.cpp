@@ -102,18 +102,30 @@ static void unload_all(settings *all)
     forget_names(&all->peers);
 }
 
-int check_settings(const char *root, FILE *out, bool is_json)
+static int check_from_to(const char *root, FILE *out, bool is_json, source first, source last)
 {
     report found;
     settings all = {};
     all.r = &found;
     begin_report(&found, out, is_json);
     load_all(&all, root);
-    for (const source_row &row : sources)
-        judge_source(all, row);
+    for (const source_row &row : sources) {
+        if (row.which >= first && row.which <= last)
+            judge_source(all, row);
+    }
     end_report(&found);
     unload_all(&all);
     return found.errors > 0 ? 1 : 0;
+}
+
+int check_settings(const char *root, FILE *out, bool is_json)
+{
+    return check_from_to(root, out, is_json, source::interfaces, source::nvram_wireless);
+}
+
+int check_firewall_settings(const char *root, FILE *out)
+{
+    return check_from_to(root, out, false, source::ip_filter, source::triggers);
 }
 
 struct options {

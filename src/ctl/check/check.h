@@ -10,3 +10,6 @@ int check_main(int count, char **words);
 // Judge the settings below the directory root, and write what is found to out. Returns 0, or 1 when
 // an error is among it.
 int check_settings(const char *root, FILE *out, bool is_json);
+
+// The same of the firewall's switches and lists alone, as text.
+int check_firewall_settings(const char *root, FILE *out);

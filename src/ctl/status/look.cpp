@@ -85,7 +85,7 @@ static bool look_at_config(look *at, char (&fault)[FAULT_MAX])
     return false;
 }
 
-static void look_at_store(look *at)
+void look_at_store(look *at)
 {
     read_document document;
     read_settled(&document, LINK_STATE_PATH);

@@ -24,6 +24,9 @@ constexpr size_t FAULT_MAX = 160;
 bool look_around(look *at, char (&fault)[FAULT_MAX]);
 void forget_look(look *at);
 
+// The store alone.
+void look_at_store(look *at);
+
 // The entries of "Network"/LIST in Config, an array of objects with a text "iface" each.
 const json_t *config_entries(const look &at, const char *list);
 

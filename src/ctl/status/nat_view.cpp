@@ -37,12 +37,17 @@ static void take_jump(nat_view *view, const rule_words &rule)
     jump.address_be = inet.s_addr;
 }
 
+char *list_table(const char *table, int *status)
+{
+    const char *const words[] = {"iptables", "-t", table, "-S", nullptr};
+    return read_tool_output(words, LISTING_TIMEOUT_S, status);
+}
+
 int look_at_nat(nat_view *view)
 {
-    static const char *const words[] = {"iptables", "-t", "nat", "-S", nullptr};
     *view = {};
     int status = 0;
-    view->listing = read_tool_output(words, LISTING_TIMEOUT_S, &status);
+    view->listing = list_table("nat", &status);
     if (status != 0 || view->listing == nullptr)
         return status;
     for (const char *line = view->listing; *line != '\0'; line = next_line(line)) {
@@ -148,7 +153,7 @@ static bool compare(const rule_list &generated, const rule_list &loaded, char *d
     for (size_t i = 0; i < generated.count || i < loaded.count; i++) {
         const char *one = i < generated.count ? generated.rule[i].facts : "nothing";
         const char *other = i < loaded.count ? loaded.rule[i].facts : "nothing";
-        if (strcmp(one, other) == 0)
+        if (strcasecmp(one, other) == 0)
             continue;
         text_format(difference, cap, "\"%.34s\" is \"%.34s\"", one, other);
         return false;

@@ -26,6 +26,10 @@ struct nat_view {
 int look_at_nat(nat_view *view);
 void forget_nat(nat_view *view);
 
+// List a table's rules, a line each. The caller frees the text, which is null for want of memory;
+// *status is what became of the command.
+char *list_table(const char *table, int *status);
+
 // How many jumps there are through iface for the address.
 size_t count_jumps(const nat_view &nat, const char *iface, in_addr_t address_be);
 

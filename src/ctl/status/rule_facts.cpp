@@ -81,12 +81,22 @@ constexpr fact_option fact_options[] = {
 };
 // clang-format on
 
+// A range of one port is listed as that port.
+static void shorten_range(char *ports)
+{
+    char *colon = strchr(ports, ':');
+    if (colon != nullptr && strlen(colon + 1) == static_cast<size_t>(colon - ports) &&
+        strncmp(ports, colon + 1, strlen(colon + 1)) == 0)
+        *colon = '\0';
+}
+
 static void append_value(char (&out)[RULE_FACTS_MAX], const char *option, const char *value)
 {
     char network[NETWORK_FACT_MAX];
     normalize_network(network, value);
     if (strcmp(network, "0.0.0.0/0") == 0)
         return;
+    shorten_range(network);
     text_append(out, " ");
     text_append(out, option);
     text_append(out, " ");
