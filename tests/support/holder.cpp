@@ -41,12 +41,36 @@ static void enter_root()
         fail("chroot");
 }
 
+// The outputs become a pipe whose reader is gone once the descriptors above them are closed.
+static void lose_reader()
+{
+    int ends[2];
+    if (pipe(ends) != 0)
+        fail("pipe");
+    dup2(ends[1], 1);
+    dup2(ends[1], 2);
+}
+
+// Brings about what router_box::start_from() has asked for.
+static void enter_state(const std::string &state)
+{
+    for (size_t at = 0; at < state.size(); at = state.find(' ', at) + 1) { // each ends in a blank
+        int number = atoi(state.c_str() + at + 1);
+        if (state[at] == 'c')
+            close(number);
+        else if (state[at] == 'i')
+            signal(number, SIG_IGN);
+        else
+            lose_reader();
+    }
+}
+
 // The process that becomes the program: nothing of the test's is left to it.
 [[noreturn]] static void become_program(const message &request, int out, int err)
 {
-    size_t count = std::stoul(request[1]);
-    std::vector<char *> words = pointers(request, 2, 2 + count);
-    std::vector<char *> environment = pointers(request, 2 + count, request.size());
+    size_t count = std::stoul(request[2]);
+    std::vector<char *> words = pointers(request, 3, 3 + count);
+    std::vector<char *> environment = pointers(request, 3 + count, request.size());
     enter_root();
     setsid();
     umask(022);
@@ -58,6 +82,7 @@ static void enter_root()
     dup2(open("/dev/null", O_RDONLY), 0);
     dup2(out, 1);
     dup2(err, 2);
+    enter_state(request[1]);
     close_range(3, ~0U, 0);
     execve("/sbin/mcfg", words.data(), environment.data());
     dprintf(2, "box: /sbin/mcfg: %s\n", strerror(errno));

@@ -99,7 +99,7 @@ static int grandparent(void)
     char text[512];
     int parent = 0;
     snprintf(text, sizeof text, "/proc/%d/stat", (int)getppid());
-    int file = open(text, O_RDONLY | O_CLOEXEC);
+    int file = openat(AT_FDCWD, text, O_RDONLY | O_CLOEXEC);
     ssize_t length = file >= 0 ? read(file, text, sizeof text - 1) : -1;
     if (file >= 0)
         close(file);
@@ -114,7 +114,7 @@ void trace_line(const char *text)
 {
     struct line whole = LINE_EMPTY;
     line_print(&whole, "%d %d %d %s\n", (int)getpid(), (int)getppid(), grandparent(), text);
-    int file = open(BOX_TRACE, O_WRONLY | O_APPEND | O_CLOEXEC);
+    int file = openat(AT_FDCWD, BOX_TRACE, O_WRONLY | O_APPEND | O_CLOEXEC);
     if (file < 0 || write(file, whole.text, whole.length) != (ssize_t)whole.length)
         broken_box(BOX_TRACE);
     close(file);

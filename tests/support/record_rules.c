@@ -138,7 +138,7 @@ bool rule_parse(const char *text, struct rule *rule, const char **why)
 
 static char *read_rules(void)
 {
-    int file = open(BOX_RULES, O_RDONLY | O_CLOEXEC);
+    int file = openat(AT_FDCWD, BOX_RULES, O_RDONLY | O_CLOEXEC);
     off_t size = file >= 0 ? lseek(file, 0, SEEK_END) : 0;
     char *text = size > 0 ? calloc(1, (size_t)size + 1) : NULL;
     if (text != NULL && pread(file, text, (size_t)size, 0) < 0)
@@ -155,7 +155,7 @@ static bool take_use(const struct rule *rule, unsigned index)
         return true;
     uint32_t used = 0;
     off_t place = (off_t)(index * sizeof used);
-    int file = open(BOX_COUNTS, O_RDWR | O_CLOEXEC);
+    int file = openat(AT_FDCWD, BOX_COUNTS, O_RDWR | O_CLOEXEC);
     bool left = file >= 0 && flock(file, LOCK_EX) == 0;
     if (left && pread(file, &used, sizeof used, place) != sizeof used)
         used = 0;

@@ -101,7 +101,7 @@ static uintptr_t move_flash(const char *path, bool writes, const struct flash_re
 {
     uintptr_t offset = writes ? request->destination : request->source;
     uintptr_t buffer = writes ? request->source : request->destination;
-    int file = open(path, O_RDWR | O_CLOEXEC);
+    int file = openat(AT_FDCWD, path, O_RDWR | O_CLOEXEC);
     off_t size = file >= 0 ? lseek(file, 0, SEEK_END) : -1;
     uintptr_t status = FLASH_OUT_OF_RANGE;
     if (size >= 0 && offset <= (uintptr_t)size && request->length <= (uintptr_t)size - offset) {

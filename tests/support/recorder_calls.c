@@ -1,6 +1,7 @@
 // Calls of the C library that reach outside of the router's files and network: they are noted in
 // the trace and, where the real thing would need a board or disturb the machine, played.
 #include "support/recorder_calls.h"
+#include "support/recorder_failing.h"
 
 #include <dlfcn.h>
 #include <errno.h>
@@ -12,6 +13,7 @@
 #include <string.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/sysmacros.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -57,8 +59,25 @@ void trace_outcome(const struct line *event, int result, const char *answer)
     errno = saved;
 }
 
+// What a command inherits besides its standard input and outputs is noted during a sweep.
+static void trace_inherited(void)
+{
+    for (int i = STDERR_FILENO + 1; is_plan_followed() && i < 64; i++) {
+        struct line event = LINE_EMPTY;
+        long flags = syscall(SYS_fcntl, i, F_GETFD);
+        if (flags < 0 || (flags & FD_CLOEXEC) != 0)
+            continue;
+        line_print(&event, "inherited %d", i);
+        trace_line(event.text);
+        line_free(&event);
+    }
+}
+
 int system(const char *command)
 {
+    if (call_fails(CALL_system))
+        return -1;
+    RECORDERS_WORK;
     static int (*real)(const char *);
     if (real == NULL)
         find_real("system", &real);
@@ -69,6 +88,7 @@ int system(const char *command)
     struct line event = LINE_EMPTY;
     line_print(&event, "shell ");
     line_text(&event, command);
+    trace_inherited();
     if (!answered_by_rule(&event, &result)) {
         trace_line(event.text);
         hold_by_rule(event.text);
@@ -80,6 +100,7 @@ int system(const char *command)
 
 unsigned sleep(unsigned seconds)
 {
+    RECORDERS_WORK;
     static unsigned (*real)(unsigned);
     if (real == NULL)
         find_real("sleep", &real);
@@ -105,6 +126,9 @@ static bool would_hit_the_test(pid_t process)
 
 int kill(pid_t process, int number)
 {
+    if (call_fails(CALL_kill))
+        return -1;
+    RECORDERS_WORK;
     static int (*real)(pid_t, int);
     if (real == NULL)
         find_real("kill", &real);
@@ -141,27 +165,51 @@ static bool refused_by_rule(const char *text)
 
 pid_t fork(void)
 {
+    if (call_fails(CALL_fork))
+        return -1;
     static pid_t (*real)(void);
     if (real == NULL)
         find_real("fork", &real);
-    return refused_by_rule("fork") ? -1 : real();
+    recorder_enters();
+    bool is_refused = refused_by_rule("fork");
+    recorder_leaves();
+    pid_t child = is_refused ? -1 : real();
+    if (child == 0)
+        count_as_child();
+    return child;
 }
 
-FILE *fopen(const char *restrict path, const char *restrict mode)
+static bool is_open_refused(const char *path)
 {
-    static FILE *(*real)(const char *restrict, const char *restrict);
-    if (real == NULL)
-        find_real("fopen", &real);
     struct line text = LINE_EMPTY;
     line_print(&text, "open ");
     line_text(&text, path);
     bool is_refused = refused_by_rule(text.text);
     line_free(&text);
-    return is_refused ? NULL : real(path, mode);
+    return is_refused;
+}
+
+// The recorder itself opens its files by openat().
+int open(const char *path, int flags, ...)
+{
+    if (call_fails(CALL_open))
+        return -1;
+    RECORDERS_WORK;
+    static int (*real)(const char *, int, ...);
+    va_list arguments;
+    va_start(arguments, flags);
+    mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (real == NULL)
+        find_real("open", &real);
+    return is_open_refused(path) ? -1 : real(path, flags, mode);
 }
 
 int socket(int domain, int type, int protocol)
 {
+    if (call_fails(CALL_socket))
+        return -1;
+    RECORDERS_WORK;
     static int (*real)(int, int, int);
     if (real == NULL)
         find_real("socket", &real);
@@ -175,6 +223,9 @@ int socket(int domain, int type, int protocol)
 // Of all requests, only those that take or release a record lock can be refused.
 int fcntl(int descriptor, int request, ...)
 {
+    if (call_fails(CALL_fcntl))
+        return -1;
+    RECORDERS_WORK;
     static int (*real)(int, int, ...);
     va_list arguments;
     va_start(arguments, request);
@@ -199,12 +250,15 @@ static char node_type(mode_t mode)
 // node's mode, made where and when the node could have been.
 static int make_stand_in(const char *path, mode_t mode)
 {
-    int file = open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 07777);
+    int file = openat(AT_FDCWD, path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode & 07777);
     return file < 0 ? -1 : close(file);
 }
 
 int mknod(const char *path, mode_t mode, dev_t device)
 {
+    if (call_fails(CALL_mknod))
+        return -1;
+    RECORDERS_WORK;
     if (box_recording == RECORDING_OFF)
         return mknodat(AT_FDCWD, path, mode, device);
 
@@ -257,18 +311,27 @@ static int trace_existence(const char *path, int real_result)
 
 int access(const char *path, int how)
 {
+    if (call_fails(CALL_access))
+        return -1;
+    RECORDERS_WORK;
     int result = faccessat(AT_FDCWD, path, how, 0);
     return box_recording == RECORDING_OFF ? result : trace_existence(path, result);
 }
 
 int stat(const char *restrict path, struct stat *restrict status)
 {
+    if (call_fails(CALL_stat))
+        return -1;
+    RECORDERS_WORK;
     int result = fstatat(AT_FDCWD, path, status, 0);
     return box_recording == RECORDING_OFF ? result : trace_existence(path, result);
 }
 
 int lstat(const char *restrict path, struct stat *restrict status)
 {
+    if (call_fails(CALL_lstat))
+        return -1;
+    RECORDERS_WORK;
     int result = fstatat(AT_FDCWD, path, status, AT_SYMLINK_NOFOLLOW);
     return box_recording == RECORDING_OFF ? result : trace_existence(path, result);
 }

@@ -1,5 +1,6 @@
 // The clock: setting it is noted and never done, reading it is played where a "clock" rule says so.
 #include "support/recorder_calls.h"
+#include "support/recorder_failing.h"
 
 #include <errno.h>
 #include <stdarg.h>
@@ -96,6 +97,7 @@ time_t time(time_t *result)
     static time_t (*real)(time_t *);
     struct kernel_time now;
     struct zone zone;
+    RECORDERS_WORK;
     if (real == NULL)
         find_real("time", &real);
     if (!clock_is_played(&now, &zone))
@@ -110,6 +112,7 @@ int clock_gettime(clockid_t clock, struct timespec *result)
     static int (*real)(clockid_t, struct timespec *);
     struct kernel_time now;
     struct zone zone;
+    RECORDERS_WORK;
     if (real == NULL)
         find_real("clock_gettime", &real);
     if (clock != CLOCK_REALTIME || !clock_is_played(&now, &zone))
@@ -151,6 +154,11 @@ long syscall(long number, ...)
     va_end(arguments);
     if (real == NULL)
         find_real("syscall", &real);
+    if (number == SYS_settimeofday && call_fails(CALL_settimeofday))
+        return -1;
+    if (number == SYS_gettimeofday && call_fails(CALL_gettimeofday))
+        return -1;
+    RECORDERS_WORK;
     if (number == SYS_settimeofday)
         return trace_set_clock((const struct kernel_time *)words[0], (const struct zone *)words[1]);
     int result;

@@ -2,6 +2,7 @@
 // network, those to the router's board are played (recorder_board.c), and both are noted.
 #include "support/recorder_board.h"
 #include "support/recorder_calls.h"
+#include "support/recorder_failing.h"
 
 #include <arpa/inet.h>
 #include <errno.h>
@@ -197,6 +198,9 @@ int ioctl(int descriptor, unsigned long code, ...)
     va_end(arguments);
     if (box_recording == RECORDING_OFF || is_terminal_request(code))
         return real_ioctl(descriptor, code, argument);
+    if (call_fails(CALL_ioctl))
+        return -1;
+    RECORDERS_WORK;
     if (code == SIOCADDRT || code == SIOCDELRT)
         return route_ioctl(descriptor, code, argument);
     if (code >= SIOCDEVPRIVATE && code <= SIOCDEVPRIVATE + 15)

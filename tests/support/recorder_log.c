@@ -1,5 +1,6 @@
 // The system log, noted in the trace; nothing is sent to a log daemon.
 #include "support/recorder_calls.h"
+#include "support/recorder_failing.h"
 
 #include <errno.h>
 #include <stdarg.h>
@@ -48,17 +49,33 @@ static void trace_log(int priority, const char *format, va_list arguments)
 
 void openlog(const char *tag, int options, int facility)
 {
+    static void (*real)(const char *, int, int);
+    if (real == NULL)
+        find_real("openlog", &real);
+    if (is_log_real())
+        real(tag, options, facility);
     identify(tag, options, facility);
 }
 
 void closelog(void)
 {
+    static void (*real)(void);
+    if (real == NULL)
+        find_real("closelog", &real);
+    if (is_log_real())
+        real();
     identify(NULL, 0, LOG_USER);
 }
 
 void vsyslog(int priority, const char *format, va_list arguments)
 {
-    if (box_recording != RECORDING_OFF)
+    static void (*real)(int, const char *, va_list);
+    RECORDERS_WORK;
+    if (real == NULL)
+        find_real("vsyslog", &real);
+    if (is_log_real())
+        real(priority, format, arguments);
+    else if (box_recording != RECORDING_OFF)
         trace_log(priority, format, arguments);
 }
 

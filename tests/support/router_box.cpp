@@ -4,13 +4,16 @@
 #include "support/message.h"
 #include "support/namespaces.h"
 #include "support/record.h"
+#include "support/recorder_failing.h"
 #include "support/trace_format.h"
 #include "support/world_root.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -39,6 +42,8 @@ struct router_box::parts {
     int network = -1;
     int user = -1;
     int time_limit = 60000; // milliseconds
+    std::string state;      // of the runs that follow, as the holder reads it
+    std::string plan;       // for the run that follows
     std::map<pid_t, output> outputs;
     std::map<pid_t, int> ended; // wait statuses not yet asked for
 
@@ -181,9 +186,10 @@ static void refuse_sanitizer_report(const outcome &result)
             throw std::runtime_error("router box: " + result.err);
 }
 
-static message run_request(const std::vector<std::string> &words, const environment &env)
+static message run_request(const std::string &state, const std::vector<std::string> &words,
+                           const environment &env)
 {
-    message request = {"run", std::to_string(words.size())};
+    message request = {"run", state, std::to_string(words.size())};
     request.insert(request.end(), words.begin(), words.end());
     bool has_path = false;
     for (const auto &variable : env)
@@ -201,7 +207,10 @@ pid_t router_box::start(const std::vector<std::string> &words, const environment
     output files = {memfd_create("out", MFD_CLOEXEC), memfd_create("err", MFD_CLOEXEC)};
     if (files.out < 0 || files.err < 0)
         fail("memfd_create");
-    message answer = p->ask(run_request(words, env), {files.out, files.err});
+    message request = run_request(p->state, words, env);
+    if (!p->plan.empty())
+        request.push_back(BOX_PLAN_SETTING + p->plan);
+    message answer = p->ask(request, {files.out, files.err});
     pid_t run = std::stoi(answer.at(1));
     p->outputs[run] = files;
     return run;
@@ -229,6 +238,37 @@ outcome router_box::run(const std::vector<std::string> &words, const environment
     outcome result = finish(start(words, env));
     result.trace = joined(trace_lines(raw_trace().substr(before)));
     return result;
+}
+
+void router_box::start_from(const start_state &state)
+{
+    std::string text = state.reader_gone ? "p " : "";
+    for (int descriptor : state.closed)
+        text += "c" + std::to_string(descriptor) + " ";
+    for (int number : state.ignored)
+        text += "i" + std::to_string(number) + " ";
+    p->state = text;
+}
+
+failing_outcome router_box::run_failing(const std::vector<std::string> &words,
+                                        const environment &env, const failing_plan &plan)
+{
+    static call_log log;
+    const std::string file = host_path(BOX_CALLS);
+    log.count = log.hits = 0;
+    make_file(file, &log, sizeof log, 0666);
+    for (int number : {int(plan.number), plan.error, plan.how, plan.who, plan.signal})
+        p->plan += std::to_string(number) + " ";
+    pid_t handle = start(words, env);
+    p->plan.clear();
+    failing_outcome failing = {finish(handle), {}, 0};
+    std::string text = read(BOX_CALLS);
+    memcpy(&log, text.data(), sizeof log);
+    failing.result.trace = joined(trace_lines(raw_trace()));
+    clear_trace();
+    failing.hits = log.hits;
+    failing.calls.assign(log.calls, log.calls + std::min<size_t>(log.count, COUNTED_CALLS_MAX));
+    return failing;
 }
 
 std::string router_box::host_path(const std::string &path) const

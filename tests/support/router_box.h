@@ -9,6 +9,7 @@
 
 #include "support/world.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
 
@@ -21,6 +22,29 @@ struct outcome {
     std::string out;
     std::string err;
     std::string trace; // of this run only
+};
+
+// What is odd about how a run is started. The kernel, pppd and scripts start the program in states
+// of their own.
+struct start_state {
+    std::vector<int> closed;  // of the descriptors 0 to 2
+    std::vector<int> ignored; // signals
+    bool reader_gone = false; // both outputs are pipes that nobody reads
+};
+
+// Which call of a run fails and how, in the numbers of recorder_failing.h.
+struct failing_plan {
+    unsigned number = 0; // of the call, the first is 1; 0 counts them only
+    int error = 0;
+    int how = 0;
+    int who = 0;
+    int signal = 0;
+};
+
+struct failing_outcome {
+    outcome result;
+    std::vector<uint8_t> calls; // those met: enum counted_call
+    unsigned hits;              // how many of them failed
 };
 
 using environment = std::vector<std::pair<std::string, std::string>>;
@@ -45,6 +69,13 @@ class router_box : public world
     // (whose trace is empty: the traces of runs side by side are mixed, see trace()).
     pid_t start(const std::vector<std::string> &words, const environment &env = {});
     outcome finish(pid_t handle);
+
+    // How the runs that follow are started.
+    void start_from(const start_state &state);
+    // Runs the program with a call failing by plan. What it writes to its outputs, and its memory,
+    // then go through the recorder. The trace is empty afterwards.
+    failing_outcome run_failing(const std::vector<std::string> &words, const environment &env,
+                                const failing_plan &plan);
 
     // The number of the world's first process, as this machine counts: see enter.h.
     pid_t number() const;

@@ -35,7 +35,7 @@
 //                            empty file with that mode, since not every machine allows the node
 //   fork, open PATH, socket FAMILY KIND PROTOCOL, lock, unlock, gettimeofday
 //                            only when a rule refuses it: "fail EAGAIN fork", "fail EMFILE open
-//                            /var/run/state_link" (by fopen()), "fail EMFILE socket inet raw 255"
+//                            /var/run/state_link" (by open()), "fail EMFILE socket inet raw 255"
 //                            (KIND dgram or raw), "fail EINTR lock" (a record lock)
 // A call that fails (for real or as told) ends in " = " and the error's name: " = ENODEV".
 //

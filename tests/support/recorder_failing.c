@@ -1,0 +1,148 @@
+// The plan of a sweep: counting the program's calls, and telling which of them is to fail.
+#include "support/recorder_failing.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <signal.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <unistd.h>
+
+static struct {
+    unsigned number; // of the call that is to fail, the first is 1; 0 for none
+    int error;
+    enum failing_how how;
+    enum failing_who who;
+    int signal;
+} plan;
+
+static struct call_log *calls;
+static int recorder_depth;
+static enum failing_who process = PROGRAM_ITSELF;
+static int scarce = -1; // the reason for which calls fail from now on
+
+// What runs out, by the calls that need it.
+enum reason { NOTHING, MEMORY, DESCRIPTORS, ROOM, PROCESSES };
+
+static enum reason reason_of(enum counted_call call)
+{
+    switch ((int)call) {
+    case CALL_malloc:
+    case CALL_calloc:
+    case CALL_realloc:
+        return MEMORY;
+    case CALL_open:
+    case CALL_socket:
+        return DESCRIPTORS;
+    case CALL_write:
+    case CALL_mkdir:
+    case CALL_symlink:
+    case CALL_mknod:
+    case CALL_rename:
+        return ROOM;
+    case CALL_fork:
+    case CALL_system:
+        return PROCESSES;
+    }
+    return NOTHING;
+}
+
+static void broken_plan(const char *text)
+{
+    dprintf(2, "recorder: the plan \"%s\": %s\n", text, strerror(errno));
+    _exit(125);
+}
+
+void follow_plan(void)
+{
+    const char *text = getenv("BOX_PLAN");
+    if (text == NULL)
+        return;
+    int how, who;
+    if (sscanf(text, "%u %d %d %d %d", &plan.number, &plan.error, &how, &who, &plan.signal) != 5)
+        broken_plan(text);
+    plan.how = (enum failing_how)how;
+    plan.who = (enum failing_who)who;
+    int file = openat(AT_FDCWD, BOX_CALLS, O_RDWR | O_CLOEXEC);
+    void *shared = file < 0
+                       ? MAP_FAILED
+                       : mmap(NULL, sizeof *calls, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (shared == MAP_FAILED)
+        broken_plan(text);
+    recorder_enters();
+    close(file);
+    unsetenv("BOX_PLAN");
+    calls = shared;
+    recorder_leaves();
+}
+
+bool is_plan_followed(void)
+{
+    return calls != NULL;
+}
+
+bool is_log_real(void)
+{
+    return calls != NULL && plan.how == LOGS_REALLY;
+}
+
+static bool is_chosen(enum counted_call call, uint32_t number)
+{
+    if (scarce >= 0)
+        return (int)reason_of(call) == scarce;
+    if (number != plan.number)
+        return false;
+    if (plan.how == FAILS_FROM_HERE || plan.how == FAILS_HALF_WAY)
+        scarce = (int)reason_of(call);
+    return true;
+}
+
+static bool is_half_way;
+
+bool call_fails(enum counted_call call)
+{
+    is_half_way = false;
+    if (calls == NULL || recorder_depth > 0 || process != plan.who)
+        return false;
+    uint32_t number = ++calls->count;
+    if (number <= COUNTED_CALLS_MAX)
+        calls->calls[number - 1] = (uint8_t)call;
+    is_half_way = scarce < 0 && plan.how == FAILS_HALF_WAY;
+    if (!is_chosen(call, number))
+        return false;
+    calls->hits++;
+    if (plan.how == GETS_SIGNAL) {
+        raise(plan.signal);
+        return false;
+    }
+    errno = plan.error;
+    return true;
+}
+
+bool fails_half_way(void)
+{
+    return is_half_way;
+}
+
+void count_as_child(void)
+{
+    process = ITS_CHILDREN;
+}
+
+void recorder_enters(void)
+{
+    recorder_depth++;
+}
+
+void recorder_leaves(void)
+{
+    recorder_depth--;
+}
+
+void recorder_leaves_scope(const int *scope)
+{
+    (void)scope;
+    recorder_leaves();
+}
