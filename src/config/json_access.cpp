@@ -3,6 +3,7 @@
 #include "util/json_memory.h"
 #include "util/lock.h"
 #include "util/log.h"
+#include "util/open_file.h"
 #include "util/text.h"
 
 #include <stdio.h>
@@ -13,7 +14,7 @@ constexpr char PATH_TAG[] = "get_object_by_path";
 
 static void write_text(const char *text, const char *path)
 {
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     if (file == nullptr)
         return;
     fputs(text, file);
@@ -29,6 +30,25 @@ void write_document(const char *tag, const json_t *root, const char *path)
     else
         write_text(text, path);
     free(text);
+}
+
+// Jansson's reader goes on without a character that it has no memory for.
+json_t *load_document(const char *path)
+{
+    FILE *file = open_stream(path, "r");
+    if (file == nullptr)
+        return nullptr;
+    bool had_failed = json_memory_failed();
+    watch_json_memory();
+    json_t *root = json_loadf(file, 0, nullptr);
+    fclose(file);
+    if (json_memory_failed()) {
+        json_decref(root);
+        return nullptr;
+    }
+    if (had_failed)
+        note_failed_allocation();
+    return root;
 }
 
 json_t *load_file_with_lock(const char *dir, const char *name, unsigned attempts)
@@ -48,7 +68,7 @@ json_t *load_file_with_lock(const char *dir, const char *name, unsigned attempts
     case lock_result::taken:
         break;
     }
-    json_t *root = json_load_file(path, 0, nullptr);
+    json_t *root = load_document(path);
     remove_lock_file(name);
     return root;
 }

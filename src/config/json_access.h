@@ -15,10 +15,15 @@ constexpr size_t DOCUMENT_FLAGS = JSON_INDENT(3) | JSON_PRESERVE_ORDER;
 // stays as it was, which is logged with tag. A file that cannot be written is not reported.
 void write_document(const char *tag, const json_t *root, const char *path);
 
+// Load the JSON file path. Returns a new document, owned by the caller, or null when the file is
+// missing, cannot be read, does not parse, or memory did not suffice for all of it. Nothing is
+// logged. Watches the memory (util/json_memory.h) and keeps what had failed before in mind.
+json_t *load_document(const char *path);
+
 // Load the JSON file dir/name while holding its lock file /var/lock/NAME.lock, for which at most
 // attempts tests are made. Returns a new document, owned by the caller, or null when the lock
-// could not be taken or the file is missing or does not parse; the lock is free again in any case
-// in which it was taken. Logs (tag mcfg-open_file_with_lock) "Open file - PATH", and on failure of
+// could not be taken or load_document() gives none; the lock is free again in any case in which it
+// was taken. Logs (tag mcfg-open_file_with_lock) "Open file - PATH", and on failure of
 // the lock "Can't open unlock file" (cannot be created) or "Can't unlock file" (held by another).
 json_t *load_file_with_lock(const char *dir, const char *name, unsigned attempts);
 

@@ -1,10 +1,12 @@
 #include "config/settings_file.h"
 
+#include "util/open_file.h"
+
 #include <ctype.h>
 
 FILE *open_settings(const char *path)
 {
-    FILE *file = fopen(path, "r");
+    FILE *file = open_stream(path, "r");
     if (file == nullptr)
         perror(path);
     return file;
@@ -24,4 +26,11 @@ bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX], comments ha
             return true;
     }
     return false;
+}
+
+void close_settings(FILE *file, const char *path)
+{
+    if (ferror(file)) // errno is still that of the last line
+        perror(path);
+    fclose(file);
 }

@@ -37,6 +37,11 @@ struct line_format {
 bool is_skipped_line(char first, comments hash_lines);
 
 // Read the next line that counts (is_skipped_line()) into line, with its line end. Returns false at
-// the end of the file.
+// the end of the file, and where no more of it can be read.
 bool next_settings_line(FILE *file, char (&line)[SETTINGS_LINE_MAX],
                         comments hash_lines = comments::skipped);
+
+// Close what open_settings(path) has given. When reading ended in an error and not at the end of
+// the file, that is reported on standard error with the path as prefix. Call it directly after the
+// last line was asked for.
+void close_settings(FILE *file, const char *path);

@@ -55,7 +55,7 @@ int get_iface_params(struct iface_params *record, const char *name)
         apply_interface_line(record, first, &rest);
         result = 1;
     }
-    fclose(file);
+    close_settings(file, format.path);
     return result;
 }
 
@@ -133,7 +133,7 @@ int get_tunnels(json_t *array)
         json_array_append_new(array, peer);
         result = 1;
     }
-    fclose(file);
+    close_settings(file, format.path);
     return result;
 }
 
@@ -183,7 +183,7 @@ static int read_keys(const line_format &format, const key_row (&rows)[N], json_t
                 apply_key(object, row, value);
         }
     }
-    fclose(file);
+    close_settings(file, format.path);
     return 1;
 }
 

@@ -1,6 +1,7 @@
 #include "firewall/rule_table.h"
 
 #include "firewall/rule_writer.h"
+#include "util/open_file.h"
 #include "util/output_file.h"
 #include "util/shell.h"
 
@@ -51,7 +52,7 @@ static bool is_on(const int *needed)
 
 int write_rule_file(const char *path, const rule_row *rows, size_t count, const rule_values &values)
 {
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     if (file == nullptr)
         return -1;
     bool is_whole = true;

@@ -52,7 +52,7 @@ static int read_switches(const char *path)
     char line[SETTINGS_LINE_MAX];
     while (next_settings_line(file, line))
         apply_line(path, line);
-    fclose(file);
+    close_settings(file, path);
     return 0;
 }
 

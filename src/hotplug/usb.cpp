@@ -2,6 +2,7 @@
 
 #include "hotplug/hotplug_lock.h"
 #include "util/log.h"
+#include "util/open_file.h"
 #include "util/shell.h"
 #include "util/text.h"
 
@@ -59,7 +60,7 @@ static bool read_id(const char *device, const char *attribute, unsigned *id)
 {
     char path[sizeof("/sys") + DEVICE_PATH_MAX + sizeof("/device/idProduct")];
     text_format(path, sizeof(path), "/sys%.*s/%s", DEVICE_PATH_MAX, device, attribute);
-    FILE *file = fopen(path, "r");
+    FILE *file = open_stream(path, "r");
     if (file == nullptr)
         return false;
     char line[ID_LINE_MAX];

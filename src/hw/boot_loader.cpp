@@ -2,6 +2,7 @@
 
 #include "hw/flash.h"
 #include "util/mac.h"
+#include "util/open_file.h"
 #include "util/shell.h"
 
 #include <fcntl.h>
@@ -28,7 +29,7 @@ static void say(const char *text)
 
 static void write_default_eeprom()
 {
-    int fd = open(DEFAULT_EEPROM, O_RDONLY | O_CLOEXEC);
+    int fd = open_file(DEFAULT_EEPROM, O_RDONLY);
     if (fd < 0) {
         say("open eeprom file error\n");
         return;

@@ -1,5 +1,6 @@
 #include "platform/nvram.h"
 
+#include "util/open_file.h"
 #include "util/text.h"
 
 #include <errno.h>
@@ -87,7 +88,7 @@ static int read_section(int section, section_copy *copy)
     store_path path;
     path_of(path, section, "");
     copy->length = 0;
-    int fd = open(path, O_RDONLY | O_CLOEXEC);
+    int fd = open_file(path, O_RDONLY);
     if (fd < 0)
         return errno == ENOENT ? 0 : negative_errno();
     int result = close_with(fd, read_all(fd, copy));
@@ -166,7 +167,7 @@ static mode_t mode_of(const char *path)
 
 static int write_file(const char *path, mode_t mode, section_copy *copy)
 {
-    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, NEW_FILE_MODE);
+    int fd = open_file(path, O_WRONLY | O_CREAT | O_TRUNC, NEW_FILE_MODE);
     if (fd < 0)
         return negative_errno();
     return close_with(fd, fchmod(fd, mode) == 0 ? write_text(fd, copy) : negative_errno());

@@ -1,6 +1,7 @@
 #include "util/device.h"
 
 #include "util/log.h"
+#include "util/open_file.h"
 
 #include <fcntl.h>
 #include <stdint.h>
@@ -49,7 +50,7 @@ int get_wan_type()
 
 static void write_whole(const char *path, const char *text)
 {
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     if (file == nullptr)
         return;
     fputs(text, file);

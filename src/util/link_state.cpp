@@ -4,6 +4,7 @@
 #include "util/json_memory.h"
 #include "util/lock.h"
 #include "util/log.h"
+#include "util/open_file.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -29,7 +30,7 @@ static loaded_store read_store(FILE *file)
 
 static loaded_store open_store()
 {
-    FILE *file = fopen(LINK_STATE_PATH, "r");
+    FILE *file = open_stream(LINK_STATE_PATH, "r");
     if (file == nullptr)
         return {nullptr, errno == ENOENT ? 0 : errno};
     loaded_store store = read_store(file);

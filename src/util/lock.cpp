@@ -3,8 +3,11 @@
 #include "util/log.h"
 #include "util/text.h"
 
-#include <stdio.h>
+#include <fcntl.h>
+#include <string.h>
 #include <unistd.h>
+
+constexpr size_t PID_TEXT_MAX = 16;
 
 void lock_path(char (&path)[LOCK_PATH_MAX], const char *name)
 {
@@ -16,13 +19,17 @@ static bool exists(const char *path)
     return access(path, F_OK) == 0;
 }
 
+// By the calls themselves: a stream could fail when the file is there already, and nobody would
+// remove it then.
 static bool create(const char *path)
 {
-    FILE *file = fopen(path, "w");
-    if (file == nullptr)
+    int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0)
         return false;
-    fprintf(file, "%d", static_cast<int>(getpid()));
-    fclose(file);
+    char number[PID_TEXT_MAX];
+    text_format(number, sizeof(number), "%d", static_cast<int>(getpid()));
+    [[maybe_unused]] ssize_t written = write(fd, number, strlen(number)); // nobody reads it
+    close(fd);
     return true;
 }
 

@@ -1,5 +1,6 @@
 #include "util/output_file.h"
 
+#include "util/open_file.h"
 #include "util/text.h"
 
 #include <errno.h>
@@ -12,7 +13,7 @@ using output_path = char[OUTPUT_PATH_MAX];
 
 FILE *create_output(const char *path)
 {
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     if (file == nullptr)
         perror(path);
     return file;
@@ -40,7 +41,7 @@ FILE *create_beside(const char *path)
 {
     output_path beside;
     path_beside(beside, path);
-    FILE *file = fopen(beside, "w");
+    FILE *file = open_stream(beside, "w");
     if (file == nullptr) {
         perror(path);
         return nullptr;

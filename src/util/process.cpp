@@ -1,5 +1,7 @@
 #include "util/process.h"
 
+#include "util/open_file.h"
+
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
@@ -115,7 +117,7 @@ static pid_t to_pid(const char *text)
 
 int kill_pidfile_s(const char *path, int sig)
 {
-    FILE *file = fopen(path, "r");
+    FILE *file = open_stream(path, "r");
     char line[256];
     if (file == nullptr || fgets(line, sizeof(line), file) == nullptr)
         return errno;

@@ -1,6 +1,7 @@
 #include "util/time_zone.h"
 
 #include "util/log.h"
+#include "util/open_file.h"
 #include "util/text.h"
 
 #include <stdio.h>
@@ -38,7 +39,7 @@ constexpr long SET_TIME_OF_DAY = SYS_settimeofday;
 
 static bool read_zone_name(char *name, int cap)
 {
-    FILE *file = fopen(ZONE_FILE, "r");
+    FILE *file = open_stream(ZONE_FILE, "r");
     if (file == nullptr)
         return false;
     bool is_read = fgets(name, cap, file) != nullptr;

@@ -1,5 +1,6 @@
 #include "wan/peer.h"
 
+#include "util/open_file.h"
 #include "util/output_file.h"
 #include "util/process.h"
 #include "util/text.h"
@@ -95,7 +96,7 @@ static int run_pppd(const char *, const ppp_params &params)
 static int run_xl2tpd(const char *peer_path, const ppp_params &params)
 {
     static constexpr char conf[] = "/etc/xl2tpd.conf";
-    FILE *file = fopen(conf, "w");
+    FILE *file = open_stream(conf, "w");
     if (file == nullptr) {
         perror(peer_path);
         return -1;
@@ -156,7 +157,7 @@ static const tunnel_type &find_tunnel_type(const char *name)
 static FILE *open_private(const char *path)
 {
     mode_t previous = umask(066);
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     umask(previous);
     return file;
 }

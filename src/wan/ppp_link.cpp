@@ -5,6 +5,7 @@
 #include "util/link_state.h"
 #include "util/lock.h"
 #include "util/log.h"
+#include "util/open_file.h"
 #include "util/output_file.h"
 #include "util/process.h"
 #include "util/text.h"
@@ -28,7 +29,7 @@ static int create_marker(const char *name)
 {
     char path[MARKER_PATH_MAX];
     marker_path(path, name);
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     if (file == nullptr) {
         int error = errno;
         perror(path);

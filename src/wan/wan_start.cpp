@@ -40,7 +40,7 @@ static void make_event_symlinks()
 
 static json_t *load_config(const char *tag)
 {
-    json_t *root = json_load_file(CONFIG_PATH, 0, nullptr);
+    json_t *root = load_document(CONFIG_PATH);
     if (root == nullptr)
         logmessage(tag, "Error on load file");
     return root;

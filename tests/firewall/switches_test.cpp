@@ -238,7 +238,7 @@ TEST_F(switch_files, a_directory_is_a_file_without_lines)
 {
     world.remove(IP_FILTER);
     world.mkdir(IP_FILTER);
-    EXPECT_EQ(messages(), "");
+    EXPECT_EQ(messages(), "/etc/default/ip_filter: Is a directory\n");
     EXPECT_EQ(result, 0);
     EXPECT_EQ(changed(), "igmp=0 upnp=0");
 }

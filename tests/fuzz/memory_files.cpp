@@ -454,6 +454,15 @@ ssize_t memory_files::read_link(const char *path, char *buffer, size_t size)
     return static_cast<ssize_t>(asked.data.copy(buffer, size));
 }
 
+int memory_files::make_empty(int fd)
+{
+    descriptor *row = get(fd);
+    if (row == nullptr)
+        return -1;
+    nodes[static_cast<size_t>(row->node)].data.clear();
+    return 0;
+}
+
 int memory_files::set_mode(int fd, mode_t mode)
 {
     descriptor *row = get(fd);

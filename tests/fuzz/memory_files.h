@@ -50,6 +50,7 @@ class memory_files
     int make_device(const char *path, mode_t mode);
     int get_mode(const char *path, bool follow, mode_t *mode);
     ssize_t read_link(const char *path, char *buffer, size_t size);
+    int make_empty(int fd);
     int set_mode(int fd, mode_t mode);
     int test(const char *path);
 

@@ -200,12 +200,13 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(set_config_command, reports_files_it_cannot_read)
 {
     support::router_box box;
-    box.mkdir("/etc/default/dns.conf"); // opens, but has no lines
+    box.mkdir("/etc/default/dns.conf"); // opens, but cannot be read
     box.symlink("wimax", "/etc/default/wimax");
     box.symlink("network-interfaces", "/etc/default/network-interfaces");
     support::outcome seen = box.run({"mcfg", "set_config"});
     EXPECT_EQ(seen.status, 0);
-    EXPECT_EQ(seen.err, "/etc/default/wimax: Too many levels of symbolic links\n"
+    EXPECT_EQ(seen.err, "/etc/default/dns.conf: Is a directory\n"
+                        "/etc/default/wimax: Too many levels of symbolic links\n"
                         "/etc/default/network-interfaces: Too many levels of symbolic links\n"
                         "/etc/default/network-interfaces: Too many levels of symbolic links\n"
                         "/etc/default/network-interfaces: Too many levels of symbolic links\n");
