@@ -2,16 +2,12 @@
 // those of its other interfaces are counted from it.
 #pragma once
 
+#include "util/text.h"
+
 #include <stddef.h>
 
 constexpr size_t MAC_BYTES = 6;
 constexpr size_t MAC_TEXT_MAX = 18; // "00:11:22:33:44:55" and the terminator
-
-// A stretch of a text that somebody else owns; not terminated at its length.
-struct text_piece {
-    const char *start;
-    size_t length;
-};
 
 // text without the one pair of double quotes around it; all of text when there is no such pair.
 text_piece without_quotes(const char *text);

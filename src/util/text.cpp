@@ -6,6 +6,25 @@
 #include <stdlib.h>
 #include <string.h>
 
+static bool is_one_of(char c, const char *characters)
+{
+    return c != '\0' && strchr(characters, c) != nullptr;
+}
+
+bool next_piece(text_piece *text, const char *separators, text_piece *piece)
+{
+    const char *end = text->start + text->length;
+    const char *start = text->start;
+    while (start < end && is_one_of(*start, separators))
+        start++;
+    const char *stop = start;
+    while (stop < end && !is_one_of(*stop, separators))
+        stop++;
+    *piece = {start, static_cast<size_t>(stop - start)};
+    *text = {stop, static_cast<size_t>(end - stop)};
+    return stop > start;
+}
+
 bool text_set(char *dst, size_t cap, const char *src)
 {
     size_t length = src != nullptr ? strlen(src) : 0;
@@ -52,12 +71,17 @@ static bool is_trimmed(char c)
     return c == ' ' || c == '\n' || c == '\r';
 }
 
-char *trim_r(char *text)
+size_t trimmed_length(const char *text)
 {
     size_t length = strlen(text);
     while (length > 0 && is_trimmed(text[length - 1]))
         length--;
-    text[length] = '\0';
+    return length;
+}
+
+char *trim_r(char *text)
+{
+    text[trimmed_length(text)] = '\0';
     return text;
 }
 

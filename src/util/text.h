@@ -4,6 +4,16 @@
 
 #include <stddef.h>
 
+// A stretch of a text that somebody else owns; not terminated at its length.
+struct text_piece {
+    const char *start;
+    size_t length;
+};
+
+// Take the next piece of text between any of these separators, runs of which separate once, as
+// strtok_r() does it but without changing the text. Returns false at its end.
+bool next_piece(text_piece *text, const char *separators, text_piece *piece);
+
 // Copy src into dst, which holds cap characters with the terminator (cap at least 1). dst is always
 // terminated; a longer text is cut to cap - 1 characters. src may be null, which copies as "".
 // Returns true when the whole text fitted.
@@ -33,6 +43,9 @@ int text_to_int(const char *text);
 // Remove every trailing blank, line feed and carriage return of text, in place, and return text.
 // Tabs and anything else stop the trimming.
 char *trim_r(char *text);
+
+// What trim_r would leave of the length of text.
+size_t trimmed_length(const char *text);
 
 // Write the six bytes of mac as twelve upper-case hexadecimal digits without separators into out,
 // which must hold 13 characters. Returns out.

@@ -3,6 +3,7 @@
 #include "lan/interface.h"
 #include "util/json_memory.h"
 #include "util/log.h"
+#include "util/open_file.h"
 #include "util/shell.h"
 #include "util/text.h"
 #include "wan/event_env.h"
@@ -37,34 +38,30 @@ static void take_iface(dhcp_lease *lease, json_t *link)
     take_variable(LEASE_TAG, "interface", "iface", lease->iface, link);
 }
 
-static void take_server(const char *key, const char *server, char (&kept)[LEASE_TEXT_MAX],
+static void take_server(const char *key, text_piece server, char (&kept)[LEASE_TEXT_MAX],
                         json_t *link)
 {
-    if (server != nullptr) {
-        logmessage(LEASE_TAG, "%s = %s", key, server);
-        text_set(kept, server);
+    if (server.length > 0) {
+        int length = static_cast<int>(server.length);
+        logmessage(LEASE_TAG, "%s = %.*s", key, length, server.start);
+        text_format(kept, sizeof(kept), "%.*s", length, server.start);
     }
     if (link != nullptr)
-        json_object_set_new(link, key, text_or_null(server));
+        json_object_set_new(link, key, piece_or_null(server));
 }
 
 // Servers come in pairs and each pair takes the place of the one before. Where the last pair has
 // one server only, the link loses its second one but the resolver keeps that of the pair before.
 static void split_dns(const char *dns, dhcp_lease *lease, json_t *link)
 {
-    char *copy = strdup(dns);
-    if (copy == nullptr) {
-        note_failed_allocation();
-        return;
-    }
-    trim_r(copy);
-    char *rest = nullptr;
-    for (const char *first = strtok_r(copy, " ", &rest); first != nullptr;
-         first = strtok_r(nullptr, " ", &rest)) {
+    text_piece rest = {dns, trimmed_length(dns)};
+    text_piece first;
+    text_piece second;
+    while (next_piece(&rest, " ", &first)) {
+        next_piece(&rest, " ", &second);
         take_server("dns1", first, lease->dns1, link);
-        take_server("dns2", strtok_r(nullptr, " ", &rest), lease->dns2, link);
+        take_server("dns2", second, lease->dns2, link);
     }
-    free(copy);
 }
 
 static void take_dns(dhcp_lease *lease, json_t *link)
@@ -153,7 +150,7 @@ static void write_expiry(const char *iface)
 {
     char path[100];
     text_format(path, sizeof(path), "/tmp/udhcpc.%s.expires", iface);
-    FILE *file = fopen(path, "w");
+    FILE *file = open_stream(path, "w");
     if (file == nullptr) {
         perror(path);
         return;

@@ -11,6 +11,12 @@ json_t *text_or_null(const char *text)
     return value != nullptr ? value : json_null();
 }
 
+json_t *piece_or_null(text_piece piece)
+{
+    json_t *value = piece.length > 0 ? json_stringn(piece.start, piece.length) : nullptr;
+    return value != nullptr ? value : json_null();
+}
+
 void take_variable(const char *tag, const char *variable, const char *key, char *kept, size_t cap,
                    json_t *link)
 {

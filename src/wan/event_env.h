@@ -1,6 +1,8 @@
 // The environment that the DHCP client and the PPP daemon hand to their event scripts.
 #pragma once
 
+#include "util/text.h"
+
 #include <jansson.h>
 #include <stddef.h>
 
@@ -21,3 +23,4 @@ void take_variable(const char *tag, const char *variable, const char *key, char 
 
 // text as a JSON string; JSON null when it is null or no UTF-8 text, which a document cannot hold.
 json_t *text_or_null(const char *text);
+json_t *piece_or_null(text_piece piece); // null for an empty one

@@ -16,30 +16,24 @@
 constexpr char UP_TAG[] = "ppp-up";
 constexpr int MODEM_METRIC = 10;
 
-static void keep_part(const char *part, char *kept, size_t cap)
+static void take_part(text_piece part, const char *key, char *kept, size_t cap, json_t *object)
 {
-    text_set(kept, cap, part);
+    text_format(kept, cap, "%.*s", static_cast<int>(part.length), part.start);
     trim_r(kept);
+    json_object_set_new(object, key, piece_or_null(part));
 }
 
 // Runs of "-" separate once, so a link name such as "-wan1" has a type and no name.
 static void take_link_name(const char *link_name, ppp_link *link, json_t *object)
 {
-    char *copy = strdup(link_name);
-    if (copy == nullptr) {
-        note_failed_allocation();
-        return;
+    text_piece rest = {link_name, strlen(link_name)};
+    text_piece part;
+    bool has_type = next_piece(&rest, "-", &part);
+    take_part(part, "type", link->type, sizeof(link->type), object);
+    if (has_type) {
+        next_piece(&rest, "-", &part);
+        take_part(part, "name", link->name, sizeof(link->name), object);
     }
-    char *rest = nullptr;
-    const char *type = strtok_r(copy, "-", &rest);
-    json_object_set_new(object, "type", text_or_null(type));
-    if (type != nullptr) {
-        const char *name = strtok_r(nullptr, "-", &rest);
-        json_object_set_new(object, "name", text_or_null(name));
-        keep_part(type, link->type, sizeof(link->type));
-        keep_part(name, link->name, sizeof(link->name));
-    }
-    free(copy);
     logmessage(UP_TAG, "iface = %s, type = %s, name = %s", link->iface, link->type, link->name);
 }
 

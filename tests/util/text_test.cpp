@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 #include <limits.h>
+#include <string.h>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -35,6 +37,56 @@ INSTANTIATE_TEST_SUITE_P(texts, trim,
                                          trim_row{"front_stays", "  abc", "  abc"},
                                          trim_row{"inside_stays", "a b\nc\n", "a b\nc"}),
                          support::row_name);
+
+struct piece_row {
+    const char *name;
+    std::string text;
+    const char *separators;
+    std::vector<std::string> expected;
+};
+
+class pieces : public ::testing::TestWithParam<piece_row>
+{
+};
+
+TEST_P(pieces, are_those_of_strtok)
+{
+    const std::string text = GetParam().text; // which stays as it is
+    text_piece rest = {text.data(), text.size()};
+    text_piece piece;
+    std::vector<std::string> found;
+    while (next_piece(&rest, GetParam().separators, &piece))
+        found.emplace_back(piece.start, piece.length);
+    EXPECT_EQ(found, GetParam().expected);
+    EXPECT_EQ(piece.length, 0u);
+
+    std::string copy = text;
+    std::vector<std::string> split;
+    char *left = nullptr;
+    for (char *word = strtok_r(copy.data(), GetParam().separators, &left); word != nullptr;
+         word = strtok_r(nullptr, GetParam().separators, &left))
+        split.emplace_back(word);
+    EXPECT_EQ(found, split);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    texts, pieces,
+    ::testing::Values(piece_row{"two", "a bc", " ", {"a", "bc"}},
+                      piece_row{"runs", "  a   b ", " ", {"a", "b"}},
+                      piece_row{"other", "-pppoe--wan1-", "-", {"pppoe", "wan1"}},
+                      piece_row{"several", "a b-c", " -", {"a", "b", "c"}},
+                      piece_row{"none", "   ", " ", {}}, piece_row{"empty", "", " ", {}},
+                      piece_row{"whole", "abc", "-", {"abc"}}),
+    [](const auto &row) { return row.param.name; });
+
+TEST(pieces, end_with_the_text_and_not_with_its_terminator)
+{
+    text_piece rest = {"ab c", 2};
+    text_piece piece;
+    EXPECT_TRUE(next_piece(&rest, " ", &piece));
+    EXPECT_EQ(std::string(piece.start, piece.length), "ab");
+    EXPECT_FALSE(next_piece(&rest, " ", &piece));
+}
 
 TEST(ether_etoa2, writes_twelve_upper_case_digits)
 {
