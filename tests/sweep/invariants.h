@@ -1,0 +1,37 @@
+// What holds after every run, whatever failed in it.
+#pragma once
+
+#include "support/router_box.h"
+#include "sweep/files.h"
+
+#include <set>
+#include <string>
+
+namespace sweep
+{
+
+// How a run that nothing disturbs ends.
+struct usual_end {
+    support::outcome result;
+    files before;
+    files after;
+    std::set<std::string> commands; // the lines of its trace that are commands
+};
+
+// A run that something has disturbed.
+struct disturbed_end {
+    support::outcome result;
+    files after;
+    bool is_killed; // on purpose
+    bool may_tear;  // what is written in place may be cut: a write failed, or the run was killed
+    bool may_keep_lock; // the lock's release itself has failed
+};
+
+std::set<std::string> commands_of(const std::string &trace);
+
+// What is wrong, a line for each; empty when all holds.
+std::string wrongs(const usual_end &usual, const disturbed_end &end);
+// The same for a run over files that are not as they should be, which are not to be compared with.
+std::string wrongs_of_odd_files(const files &before, const disturbed_end &end);
+
+} // namespace sweep

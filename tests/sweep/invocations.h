@@ -1,0 +1,28 @@
+// What a sweep starts: every sub-command, program name and event, with full settings.
+#pragma once
+
+#include "support/router_box.h"
+
+#include <string>
+#include <vector>
+
+namespace sweep
+{
+
+enum class program { mcfg, mmac };
+
+struct invocation {
+    std::string name;
+    program which;
+    std::vector<std::string> words;
+    support::environment env;
+    void (*prepare)(support::router_box &box); // what it needs besides, or null
+};
+
+const std::vector<invocation> &invocations();
+
+// A router with all settings given, where the kernel and the board agree to everything. Makes what
+// all invocations start from.
+void furnish(support::router_box &box);
+
+} // namespace sweep
