@@ -44,6 +44,7 @@ FILE *create_beside(const char *path)
     FILE *file = open_stream(beside, "w");
     if (file == nullptr) {
         perror(path);
+        unlink(beside); // which was made when memory did not suffice for more
         return nullptr;
     }
     struct stat before;
