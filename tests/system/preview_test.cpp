@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 namespace
@@ -257,6 +258,8 @@ class refused : public preview, public ::testing::WithParamInterface<refusal>
 TEST_P(refused, with_the_reason)
 {
     fs::create_directory(here / "empty");
+    fs::create_directories(here / "waits/etc/default");
+    ASSERT_EQ(mkfifo((here / "waits/etc/default/masq").c_str(), 0600), 0);
     said s = run(GetParam().arguments);
     EXPECT_EQ(s.status, 2);
     EXPECT_EQ(s.text.substr(0, s.text.find('\n')), std::string("preview: ") + GetParam().says);
@@ -272,6 +275,7 @@ INSTANTIATE_TEST_SUITE_P(
                       refusal{"other_without_settings", "one empty", "no etc/default in empty"},
                       refusal{"base_without_settings", "--over empty one",
                               "no etc/default in empty"},
+                      refusal{"fifo", "waits", "not a plain file: etc/default/masq"},
                       refusal{"option", "--wrong one", "no option \"--wrong\""},
                       refusal{"subject", "--only wrong one", "no subject \"wrong\""},
                       refusal{"lonely_option", "--only", "--only needs a word behind it"}),
