@@ -68,6 +68,8 @@ TEST_F(firewall_restore, that_refuses_a_table_leaves_it_and_takes_the_others)
     EXPECT_EQ(seen.status, 0);
     EXPECT_EQ(seen.out, PROGRESS);
     EXPECT_NE(seen.err.find("203.0.113.999"), std::string::npos) << seen.err;
+    EXPECT_NE(seen.err.find("\nlab: REFUSED table filter, line "), std::string::npos) << seen.err;
+    EXPECT_NE(seen.err.find(" of /tmp/filter_rules: -A "), std::string::npos) << seen.err;
     std::string expected = replaced(rules_fixture("loaded_tables"),
                                     "-A PREROUTING -d 224.0.0.0/4 -p udp -j TTL --ttl-inc 1\n"
                                     "-A PREROUTING -s 224.0.0.0/4 -p udp -j TTL --ttl-inc 1\n",
