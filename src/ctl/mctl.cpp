@@ -3,6 +3,7 @@
 #include "ctl/check/check.h"
 #include "ctl/firewall.h"
 #include "ctl/heal/heal.h"
+#include "ctl/report/report.h"
 #include "ctl/status/status.h"
 
 #include <stdio.h>
@@ -22,13 +23,15 @@ constexpr sub_command sub_commands[] = {
     {"firewall", "LAN WAN LOGMODE",
      "rebuild the firewall, and lead links into the port forwards again", firewall_main},
     {"heal", "[--dry-run]", "mend what is odd and can be mended safely", heal_main},
+    {"report", "", "tell all that a bug report needs, without secrets", report_main},
 };
 
 static int usage(FILE *to, int status)
 {
     fputs("usage: mctl COMMAND [OPTION...]\n", to);
     for (const sub_command &row : sub_commands)
-        fprintf(to, "  %s %s\n      %s\n", row.name, row.arguments, row.purpose);
+        fprintf(to, "  %s%s%s\n      %s\n", row.name, row.arguments[0] != '\0' ? " " : "",
+                row.arguments, row.purpose);
     return status;
 }
 

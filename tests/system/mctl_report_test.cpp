@@ -1,0 +1,110 @@
+// mctl report: what is in it, how long it may be, and that no secret of the household is.
+#include "support/router_box.h"
+#include "support/texts.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+class mctl_report : public testing::Test
+{
+  protected:
+    support::router_box box{MCTL_PROGRAM};
+
+    void SetUp() override
+    {
+        box.copy_in(support::example_path("router"), "/");
+        box.write("/var/run/Config", R"({"Network":{"Lan":[{"iface":"br0","type":"dhcp"}],"Wan":[)"
+                                     R"({"iface":"vlan2","name":"WAN","type":"pppoe",)"
+                                     R"("have_tunnels":true,"Tunnels":[{"name":"wan1",)"
+                                     R"("type":"pppoe","auto":true,"login":"canary-config-login",)"
+                                     R"("passwd":"canary-config-\"word"}]}]}})");
+        box.write("/var/log/messages", "first line\nlast line\n");
+    }
+
+    std::string run(const std::vector<std::string> &words, int status)
+    {
+        support::outcome seen = box.run(words);
+        EXPECT_EQ(seen.status, status) << seen.err;
+        EXPECT_EQ(seen.signal, 0);
+        return seen.out + seen.err;
+    }
+};
+
+TEST_F(mctl_report, has_all_that_a_bug_report_needs)
+{
+    std::string text = run({"mctl", "report"}, 0);
+    for (const char *part :
+         {"mctl report, version 1", "/proc/uptime: ", "==== mctl status\n", "NAME       IFACE",
+          "==== mctl check\n", "==== rules\nnat: 0 rules", "==== /etc/default/network-interfaces\n",
+          "vlan2 wan 1 dhcp", "==== /etc/nvram/1\n", "==== /var/run/Config\n",
+          "\"passwd\": \"***\"", "wan1 pppoe 1 ***\n", "==== /var/run/state_link\n",
+          "first line\nlast line\n"})
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\n" << text;
+}
+
+TEST_F(mctl_report, and_status_hold_no_secret)
+{
+    box.write("/etc/default/ppp-peers",
+              "wan1 pppoe 1 canary-login canary-password vlan2 ac1 isp 1\n"
+              "#old pppoe 1 canary-old-login canary-old-password vlan2 ac1 isp 1\n"
+              "work l2tp 1 lo1 pw2 198.51.100.10 3\n"
+              "odd\tpptp\t1\tcanary-tab-login\tcanary-tab-password\t198.51.100.10 3\n");
+    box.write("/etc/nvram/0", "ethaddr=00:0A:EB:11:22:30\npin=canary-pin\nno equals canary-line\n");
+    box.write("/etc/nvram/1", "SSID1=home\nWPAPSK1=canary-psk\nKey1Str1=canary-wep\n"
+                              "RADIUS_Key=canary-radius\nRADIUS_Acct_Key=canary-acct\n"
+                              "WscVendorPinCode=canary-wps\nApCliWPAPSK=canary-apcli\n"
+                              "WdsKey=canary-wds\n" +
+                                  std::string(100, 'K') + "=canary-long-key\n");
+    std::string dump = "export passwd='canary-env'\n";
+    for (const char *path : {"/tmp/udhcpc-env", "/tmp/udhcpc-env-deconfig", "/tmp/ppp-up-env",
+                             "/tmp/ppp-down-env", "/tmp/hotplug_usb", "/etc/ppp/peers/wan1"})
+        box.write(path, dump);
+    box.write("/var/log/messages",
+              "pppd: user=\"canary-login\" password=\"canary-password\"\n"
+              "pppd: user lo1, password pw2\nkey is canary-psk.\nold one canary-old-password\n" +
+                  std::string(40000, '.') + "canary-psk\n");
+    box.write(
+        "/var/run/state_link",
+        R"({"state_links":[{"iface":"ppp1","name":"wan1","type":"pppoe","passwd":"canary-record"}]})");
+    for (const std::vector<std::string> &words : std::vector<std::vector<std::string>>{
+             {"mctl", "report"}, {"mctl", "status"}, {"mctl", "status", "--json"}}) {
+        std::string text = run(words, words[1] == "report" ? 0 : 1);
+        for (const char *secret : {"canary", "lo1", "pw2"})
+            EXPECT_EQ(text.find(secret), std::string::npos) << words[1] << "\n" << text;
+    }
+}
+
+TEST_F(mctl_report, is_no_longer_than_256_kb_and_prints_what_can_be_printed)
+{
+    std::string rules;
+    for (int i = 0; i < 20000; i++)
+        rules += "DROP \033[31m nonsense that is no rule at all\n";
+    for (const char *list : {"rules", "masq", "vservers", "url_filter", "trigger_ports", "igmp"})
+        box.write(std::string("/etc/default/") + list, rules);
+    box.write("/etc/nvram/1", std::string(200000, 'x') + "\n");
+    box.write("/var/log/messages", std::string(900000, 'l') + "\nlast line\n");
+    std::string text = run({"mctl", "report"}, 0);
+    EXPECT_LE(text.size(), 256u * 1024);
+    EXPECT_NE(text.find("last line\n"), std::string::npos);
+    EXPECT_EQ(text.find('\033'), std::string::npos);
+}
+
+TEST_F(mctl_report, of_a_router_without_anything_is_a_report)
+{
+    for (const char *path : {"/etc/default", "/etc/nvram", "/var/run/Config", "/var/log/messages"})
+        box.remove(path);
+    std::string text = run({"mctl", "report"}, 0);
+    EXPECT_NE(text.find("could not look: /var/run/Config is missing"), std::string::npos) << text;
+    EXPECT_NE(text.find("==== /etc/default/rules\n(not to be read)\n"), std::string::npos);
+}
+
+TEST_F(mctl_report, takes_no_words)
+{
+    EXPECT_EQ(run({"mctl", "report", "--json"}, 2), "usage: mctl report\n");
+}
+
+} // namespace
