@@ -17,10 +17,16 @@ static const environment lease = {
     {"msroutes", "24 192 168 5 192 0 2 4"},
 };
 
+// clang-format off
 static const environment link_up = {
-    {"IFNAME", "ppp1"},          {"LINKNAME", "pppoe-wan1"}, {"IPLOCAL", "203.0.113.77"},
-    {"IPREMOTE", "203.0.113.1"}, {"DNS1", "203.0.113.53"},   {"DNS2", "203.0.113.54"},
+    {"IFNAME", "ppp1"},
+    {"LINKNAME", "pppoe-wan1"},
+    {"IPLOCAL", "203.0.113.77"},
+    {"IPREMOTE", "203.0.113.1"},
+    {"DNS1", "203.0.113.53"},
+    {"DNS2", "203.0.113.54"},
 };
+// clang-format on
 
 static const environment link_down = {{"IFNAME", "ppp0"}, {"LINKNAME", "pppoe-old"}};
 

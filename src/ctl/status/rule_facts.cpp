@@ -85,8 +85,10 @@ constexpr fact_option fact_options[] = {
 static void shorten_range(char *ports)
 {
     char *colon = strchr(ports, ':');
-    if (colon != nullptr && strlen(colon + 1) == static_cast<size_t>(colon - ports) &&
-        strncmp(ports, colon + 1, strlen(colon + 1)) == 0)
+    if (colon == nullptr)
+        return;
+    size_t length = static_cast<size_t>(colon - ports);
+    if (strlen(colon + 1) == length && memcmp(ports, colon + 1, length) == 0)
         *colon = '\0';
 }
 
