@@ -29,12 +29,16 @@ endif()
 # could overrun. What makes code faster and pack worse is left out: it costs next to nothing on this processor.
 # tests/budget.cmake holds what all this comes to.
 set(MCFG_BOARD_COMPILE -fno-pic -mno-shared -mplt -mips16 -flto -fno-schedule-insns2 -fno-caller-saves
-                       -fno-reorder-blocks -fno-guess-branch-probability -fno-gcse
+                       -fno-reorder-blocks -fno-guess-branch-probability -fno-gcse -fno-move-loop-invariants
+                       -fno-cse-follow-jumps -fno-inline-small-functions
                        -fstack-protector --param=ssp-buffer-size=4)
 set(MCFG_BOARD_LINK -no-pie -flto)
 set(MCFG_BOARD_LAYOUT ${CMAKE_CURRENT_LIST_DIR}/mipsel.ld)
 set(MCFG_BOARD_PROGRAM_LINK -Wl,-z,max-page-size=4096 -Wl,--build-id=none
                             -Wl,-T,${MCFG_BOARD_LAYOUT} -Wl,--orphan-handling=error)
+# Of the compiler's start-up objects only the one that calls main(): the others serve constructors, destructors,
+# profiling and transactions. The programs have none, to which tests/support/binary_test.cmake holds them.
+list(APPEND MCFG_BOARD_PROGRAM_LINK -nostartfiles -l:crt1.o)
 # Archives of such objects need the compiler's help.
 set(CMAKE_AR mipsel-linux-gnu-gcc-ar)
 set(CMAKE_RANLIB mipsel-linux-gnu-gcc-ranlib)

@@ -42,6 +42,10 @@ set(hardening
 if(FOR_ROUTER)
   # Where nothing is placed at random, see cmake/mipsel-linux-gnu.cmake.
   list(APPEND hardening "a fixed place" "Type: +EXEC")
+  # The start-up objects for these are left out.
+  if(headers MATCHES "\\((PRE)?(INIT|FINI)(_ARRAY)?\\)")
+    message(SEND_ERROR "${PROGRAM} has constructors or destructors")
+  endif()
 else()
   list(APPEND hardening "position independence" "Type: +DYN")
 endif()
