@@ -1,4 +1,4 @@
-# cmake -DREADELF=... -DPROGRAM=... [-DDEBUG=1] [-DFOR_ROUTER=ON -DSTRIP=... -DMKSQUASHFS=...] -P binary_test.cmake
+# cmake -DREADELF=... -DPROGRAM=... [-DNOTE=...] [-DDEBUG=1] [-DFOR_ROUTER=ON -DSTRIP=... -DMKSQUASHFS=...] -P binary_test.cmake
 # What a finished program must be like: what it needs, how it is hardened (see cmake/hardening.cmake) and, for
 # the router, what it weighs (see tests/budget.cmake).
 
@@ -61,6 +61,13 @@ endif()
 # The C library's checks take an optimizing compiler.
 if(NOT DEBUG AND NOT symbols MATCHES " __[a-z]+_chk@")
   message(SEND_ERROR "${PROGRAM} lacks the C library's checks")
+endif()
+
+# What it says of itself, see cmake/package_note.cmake.
+execute_process(COMMAND ${READELF} -nW ${PROGRAM} OUTPUT_VARIABLE notes)
+string(FIND "${notes}" "Packaging Metadata: ${NOTE}" at)
+if(NOTE AND at LESS 0)
+  message(SEND_ERROR "${PROGRAM} does not say what it is: ${NOTE}")
 endif()
 
 # What becomes read-only has to end where a page does, or its last page stays writable.
