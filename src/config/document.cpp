@@ -111,12 +111,14 @@ static void add_interfaces(json_t *network, bool from_files)
     }
 }
 
-json_t *make_config(unsigned from_files)
+json_t *make_config(unsigned from_files, const char *progress_tag)
 {
     json_t *network = json_object();
     json_object_set_new(network, "Common", make_common());
     json_object_set_new(network, "Lan", json_array());
     json_object_set_new(network, "Wan", json_array());
+    if (progress_tag != nullptr)
+        logmessage(progress_tag, "WAN_IFNAME = %s", "vlan2");
     add_interfaces(network, from_files != 0);
     // Last, as a member that cannot be set is gone.
     json_t *root = json_object();
@@ -128,9 +130,8 @@ void set_config(unsigned from_files)
 {
     static constexpr char tag[] = "mcfg-set_config";
     logmessage(tag, "start");
-    logmessage(tag, "WAN_IFNAME = %s", "vlan2");
     watch_json_memory();
-    json_t *root = make_config(from_files);
+    json_t *root = make_config(from_files, tag);
     write_document(tag, root, CONFIG_PATH);
     json_decref(root);
     logmessage(tag, "stop");

@@ -11,8 +11,9 @@ constexpr char CONFIG_LOCK[] = "Config";
 json_t *load_config_with_lock();
 
 // The document as the settings files have it now, a new one that the caller owns. What is said of
-// files, memory and UTF-8 below holds here, too. Logs nothing.
-json_t *make_config(unsigned from_files);
+// files, memory and UTF-8 below holds here, too. Logs the WAN interface under progress_tag, nothing
+// when that is null.
+json_t *make_config(unsigned from_files, const char *progress_tag);
 
 // Build the document from the settings files and write it to /var/run/Config, whole, without its
 // lock and without reading the one before: it is built while the LAN comes up, before any event

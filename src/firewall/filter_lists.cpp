@@ -32,10 +32,7 @@ static bool write_user_rule(const list_entry &entry, rule_output *out)
 }
 
 constexpr rule_source user_rules = {
-    user_rules_format,
-    nullptr,
-    write_user_rule,
-    nullptr,
+    user_rules_format, nullptr, write_user_rule, nullptr, rule_source::goes_on,
 };
 
 int get_user_rules(FILE *file, const char *accept_target, const char *drop_target)
@@ -77,10 +74,7 @@ static void write_mac_closing(const rule_output &out)
 }
 
 constexpr rule_source mac_filters = {
-    macs_format,
-    "get_mac_filters",
-    write_mac_rule,
-    write_mac_closing,
+    macs_format, "get_mac_filters", write_mac_rule, write_mac_closing, rule_source::is_not_loaded,
 };
 
 int get_mac_filters(FILE *file, const char *lan_if, const char *accept_target,
@@ -104,10 +98,7 @@ static bool write_url_rule(const list_entry &entry, rule_output *out)
 }
 
 constexpr rule_source url_filters = {
-    urls_format,
-    "get_url_filters",
-    write_url_rule,
-    nullptr,
+    urls_format, "get_url_filters", write_url_rule, nullptr, rule_source::goes_on,
 };
 
 int get_url_filters(FILE *file, const char *accept_target, const char *drop_target)
@@ -146,10 +137,8 @@ static void write_access_closing(const rule_output &out)
 }
 
 constexpr rule_source router_access = {
-    access_format,
-    "get_haccess_filters",
-    write_access_rule,
-    write_access_closing,
+    access_format,        "get_haccess_filters", write_access_rule,
+    write_access_closing, rule_source::goes_on,
 };
 
 int get_haccess_rules(FILE *file)

@@ -22,10 +22,7 @@ static bool write_vserver_rule(const list_entry &entry, rule_output *out)
 }
 
 constexpr rule_source virtual_servers = {
-    vservers_format,
-    "get_vservers_filters",
-    write_vserver_rule,
-    nullptr,
+    vservers_format, "get_vservers_filters", write_vserver_rule, nullptr, rule_source::goes_on,
 };
 
 int get_vservers_rules(FILE *file)
@@ -52,10 +49,7 @@ static bool write_masquerading_rule(const list_entry &entry, rule_output *out)
 }
 
 constexpr rule_source masquerading = {
-    masq_format,
-    "get_masquerading",
-    write_masquerading_rule,
-    nullptr,
+    masq_format, "get_masquerading", write_masquerading_rule, nullptr, rule_source::goes_on,
 };
 
 int get_masquerading(FILE *file)
@@ -97,10 +91,7 @@ static bool write_trigger_rules(const list_entry &entry, rule_output *out)
 }
 
 constexpr rule_source port_triggers = {
-    triggers_format,
-    nullptr,
-    write_trigger_rules,
-    nullptr,
+    triggers_format, nullptr, write_trigger_rules, nullptr, rule_source::goes_on,
 };
 
 int porttrigger_setting_morvi(FILE *file, const char *lan_if)

@@ -17,7 +17,7 @@ int write_rules(const rule_source &source, rule_output out)
     while (goes_on && next_entry(&reader))
         goes_on = source.write_entry(reader.entry, &out);
     close_list(&reader);
-    if (reader.is_torn || are_schedules_torn())
+    if (source.torn_table == rule_source::is_not_loaded && (reader.is_torn || are_schedules_torn()))
         return LIST_TORN;
     if (!goes_on)
         return -1;

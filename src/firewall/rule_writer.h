@@ -46,14 +46,16 @@ struct rule_source {
     // Writes the rules of an entry. Returns false to give the list up.
     bool (*write_entry)(const list_entry &entry, rule_output *out);
     void (*write_closing)(const rule_output &out); // behind the last entry; may be null
+    // What becomes of the table when the end of the list, or of the schedules, cannot be read. One
+    // list never costs the firewall the others, unless its closing verdict counts on every entry.
+    enum { goes_on, is_not_loaded } torn_table;
 };
 
-// A list whose end could not be read, or the end of the schedules that it names. What has been
-// written of it must not be loaded: the rules that are missing may be those that keep somebody out.
+// The result for a list whose table must not be loaded because its end could not be read.
 constexpr int LIST_TORN = -2;
 
-// Write the rules of all entries. Returns 0, -1 when the list cannot be opened (reported on
-// standard error with its path) or a writer gives it up, or LIST_TORN (reported, too).
+// Write the rules of all entries that can be read; what cannot is reported on standard error with
+// its path. Returns 0, -1 when the list cannot be opened or a writer gives it up, or LIST_TORN.
 int write_rules(const rule_source &source, rule_output out);
 
 // A field that becomes an option of its rule, unless it is "-".

@@ -20,8 +20,11 @@ struct loaded_store {
 static loaded_store read_store(FILE *file)
 {
     watch_json_memory();
+    errno = 0;
     json_t *root = json_loadf(file, 0, nullptr);
-    int error = ferror(file) != 0 ? EIO : json_memory_failed() ? ENOMEM : 0;
+    int error = json_memory_failed() ? ENOMEM : 0;
+    if (ferror(file) != 0)
+        error = errno != 0 ? errno : EIO;
     if (error == 0)
         return {root, 0};
     json_decref(root);

@@ -21,10 +21,14 @@ FILE *create_output(const char *path)
 
 bool close_output(FILE *file, const char *path)
 {
+    errno = 0;
     fflush(file);
     bool is_whole = !ferror(file);
-    if (!is_whole)
+    if (!is_whole) {
+        if (errno == 0) // it was an earlier write that failed
+            errno = EIO;
         perror(path);
+    }
     if (fclose(file) != 0 && is_whole) {
         perror(path);
         is_whole = false;

@@ -15,6 +15,7 @@
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
+#include <ifaddrs.h>
 #include <jansson.h>
 #include <map>
 #include <net/if.h>
@@ -313,6 +314,31 @@ unsigned outside_sleep(unsigned)
 {
     return 0;
 }
+
+int outside_nanosleep(const timespec *, timespec *)
+{
+    return 0;
+}
+
+// What only mctl's other sub-commands ask for, which no target runs: they find nothing here.
+int outside_isatty(int)
+{
+    return 0;
+}
+
+int outside_pipe2(int *, int)
+{
+    errno = EMFILE;
+    return -1;
+}
+
+int outside_getifaddrs(ifaddrs **list)
+{
+    *list = nullptr;
+    return -1;
+}
+
+void outside_freeifaddrs(ifaddrs *) {}
 
 int outside_kill(pid_t, int sig)
 {

@@ -77,7 +77,7 @@ static bool is_config_old(const look &at)
         may_be = may_be || is_newer(path, config);
     if (!may_be)
         return false;
-    json_t *wanted = make_config(1);
+    json_t *wanted = make_config(1, nullptr);
     bool is_same = json_equal(wanted, at.config) == 1;
     json_decref(wanted);
     return !is_same;
