@@ -4,6 +4,7 @@
 # A toolchain file whose board has other needs says so in MCFG_BOARD_COMPILE, MCFG_BOARD_LINK (whatever holds
 # the program's objects) and MCFG_BOARD_PROGRAM_LINK, which come behind these. tests/support/binary_test.cmake
 # holds the finished programs to all of it.
+set(MCFG_FORTIFY 2 CACHE STRING "Level of the C library's checks; the highest, 3, costs room")
 set(MCFG_HARDENING_COMPILE -fPIE -fstack-protector-strong)
 set(MCFG_HARDENING_LINK -pie -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
 if(MCFG_SANITIZE)
@@ -12,5 +13,5 @@ if(MCFG_SANITIZE)
 else()
   # The C library's checks need an optimizing compiler.
   list(APPEND MCFG_HARDENING_COMPILE
-       $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+       $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=${MCFG_FORTIFY}>)
 endif()
