@@ -70,9 +70,15 @@ static void read_schedules()
     close_list(&reader);
 }
 
-// What has been read stays in memory until this process ends, which is soon.
 void forget_schedules()
 {
+    for (schedule *&chain : schedules.chains) {
+        while (chain != nullptr) {
+            schedule *rest = chain->next;
+            free(chain);
+            chain = rest;
+        }
+    }
     schedules = {};
 }
 
