@@ -56,10 +56,11 @@ class install_dependencies : public ::testing::Test
     fs::path tools;
 };
 
-constexpr char INSTALLING[] = "Installing: iproute2 iptables time valgrind\n";
+constexpr char INSTALLING[] = "Installing: busybox iproute2 iptables strace time valgrind\n";
 constexpr char FOR_ADMINISTRATOR[] =
     "install-dependencies: an administrator of this machine must run:\n"
-    "  apt-get update && apt-get install --no-install-recommends iproute2 iptables time valgrind\n";
+    "  apt-get update && apt-get install --no-install-recommends busybox iproute2 iptables "
+    "strace time valgrind\n";
 
 TEST_F(install_dependencies, tells_what_an_administrator_must_run)
 {
