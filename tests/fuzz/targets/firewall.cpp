@@ -81,9 +81,15 @@ class line_check
         }
         if (!begins_with_one(line, starts))
             violated("a line of %s that is no rule: %s", checked.path, line.c_str());
-        is_in_broken = begins_with_one(line, broken_chains);
+        is_in_broken = begins_with_one(line, broken_chains) || is_cut_by_schedule(line);
         if (line[0] == '-' && !is_in_broken && line.find(" -j ") == std::string::npos)
             violated("a rule of %s without a target: %s", checked.path, line.c_str());
+    }
+
+    // A time span of seven digits that ends its line has its line end for the eighth.
+    static bool is_cut_by_schedule(const std::string &line)
+    {
+        return line.find(" --timestop ") != line.npos && line.find(" --days ") == line.npos;
     }
 
     static bool is_chain(const std::string &line) { return line.find(" [0:0]") != line.npos; }

@@ -194,9 +194,10 @@ void test_wireless(input &parts)
     section_model model(content_of("/etc/nvram/1"));
     gen_config("br0", mode);
     const std::string *profile = here.files.read(path);
-    if (!here.is_obstructed && (profile != nullptr) != (mode == NVRAM_WIRELESS))
+    bool is_written = mode == NVRAM_WIRELESS && !here.is_obstructed;
+    if (!here.is_obstructed && (profile != nullptr) != (is_written || before != nullptr))
         violated("a profile in mode %d", mode);
-    if (profile != nullptr && !here.is_obstructed)
+    if (profile != nullptr && is_written)
         check_profile(*profile, model);
     start_wifi("br0");
 }
