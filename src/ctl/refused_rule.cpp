@@ -65,9 +65,10 @@ static char *load_text(const char *path)
     return text;
 }
 
+// Neither a "-" nor a flag.
 static bool is_telling(const char *word)
 {
-    return strcmp(word, "-") != 0 && strlen(word) > 1;
+    return strlen(word) > 1;
 }
 
 static int score_of(const char *rule, const char *line)

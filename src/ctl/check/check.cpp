@@ -1,8 +1,10 @@
 #include "ctl/check/check.h"
 
 #include "config/source_formats.h"
-#include "ctl/check/lists.h"
+#include "ctl/check/judges.h"
+#include "firewall/list_formats.h"
 #include "firewall/switch_keys.h"
+#include "firewall/switches.h"
 #include "util/time_zone.h"
 
 #include <string.h>

@@ -1,9 +1,9 @@
-#include "ctl/check/lists.h"
-
 #include "config/known_interfaces.h"
+#include "ctl/check/judges.h"
+#include "ctl/check/list_judges.h"
+#include "ctl/check/values.h"
 #include "firewall/schedule.h"
 #include "firewall/switches.h"
-#include "util/text.h"
 
 #include <ctype.h>
 #include <initializer_list>
@@ -81,9 +81,7 @@ static void judge_unique(const list_line &line)
     const named_line *first = find_name(line.all.schedules, line.field[SCHED_NAME]);
     if (first == nullptr || !first->is_on || first->line >= line.number)
         return;
-    char text[16];
-    text_format(text, sizeof(text), "%u", first->line);
-    tell(line, SCHED_NAME, code::duplicate_name, text, "that one counts");
+    tell_number(line, SCHED_NAME, code::duplicate_name, first->line, "that one counts");
 }
 
 void judge_schedule(const list_line &line, list_memory *)
@@ -207,11 +205,8 @@ void judge_url(const list_line &line, list_memory *memory)
         memory->scheduled_line = schedule->has_match ? line.number : 0;
         return;
     }
-    if (!is_inherited || strcmp(line.field[URL_SCHEDULE], ALWAYS_SCHEDULE) != 0)
-        return;
-    char text[16];
-    text_format(text, sizeof(text), "%u", memory->scheduled_line);
-    tell(line, URL_SCHEDULE, code::url_inherits, text);
+    if (is_inherited && strcmp(line.field[URL_SCHEDULE], ALWAYS_SCHEDULE) == 0)
+        tell_number(line, URL_SCHEDULE, code::url_inherits, memory->scheduled_line);
 }
 
 // Router access
@@ -225,15 +220,6 @@ constexpr const char *verdicts[] = {"ACCEPT", "DROP", "logaccept", "logdrop"};
 constexpr const char *interface_kinds[] = {"br",  "vlan", "wimax", "ra",  "ppp",
                                            "eth", "wds",  "apcli", "usb", "wwan"};
 
-static bool is_any_case_of_services(const char *text)
-{
-    for (const char *service : other_services) {
-        if (strcasecmp(text, service) == 0)
-            return true;
-    }
-    return false;
-}
-
 static void judge_service(const list_line &line)
 {
     const char *service = line.field[ACCESS_SERVICE];
@@ -241,7 +227,7 @@ static void judge_service(const list_line &line)
         return;
     if (strcasecmp(service, HTTP_SERVICE) == 0)
         tell(line, ACCESS_SERVICE, code::http_case, service);
-    else if (is_any_case_of_services(service))
+    else if (is_any_case_of(service, other_services))
         tell(line, ACCESS_SERVICE, code::access_service, service);
 }
 

@@ -1,6 +1,7 @@
 #include "config/known_interfaces.h"
 #include "config/source_formats.h"
-#include "ctl/check/settings.h"
+#include "ctl/check/fields.h"
+#include "ctl/check/judges.h"
 #include "util/text.h"
 #include "wan/link_kind.h"
 
@@ -36,11 +37,6 @@ constexpr interface_types types_of[INTERFACES] = {
 constexpr uint32_t METRIC_MAX = 99999;
 constexpr uint32_t MTU_MIN = 68;
 constexpr uint32_t MTU_MAX = 1500;
-
-static bool is_given(const char *text)
-{
-    return strcmp(text, "-") != 0;
-}
 
 static void split(const settings_line &line, line_words *words)
 {

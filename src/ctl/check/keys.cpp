@@ -1,5 +1,6 @@
 #include "config/source_formats.h"
-#include "ctl/check/settings.h"
+#include "ctl/check/judges.h"
+#include "ctl/check/lines.h"
 #include "util/text.h"
 
 #include <ctype.h>
@@ -89,10 +90,9 @@ static void judge_form(const key_line &line)
 
 static void judge_twice(const key_line &line, key_seen *seen)
 {
-    char text[16];
-    text_format(text, sizeof(text), "%u", seen->line);
     if (seen->line != 0 && strcmp(seen->value, line.value) != 0)
-        tell(line, code::key_twice, text, "the later one counts");
+        find_number(line.all.r, line.number, line.row->key, code::key_twice, seen->line,
+                    "the later one counts");
     seen->line = line.number;
     text_set(seen->value, line.value);
 }

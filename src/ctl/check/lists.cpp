@@ -1,13 +1,11 @@
-#include "ctl/check/lists.h"
-
-#include "util/text.h"
+#include "ctl/check/fields.h"
+#include "ctl/check/judges.h"
+#include "ctl/check/list_judges.h"
+#include "ctl/check/values.h"
 
 #include <stdlib.h>
-#include <string.h>
-#include <strings.h>
 
-constexpr size_t PORTS = 65536;
-constexpr size_t PROTOCOLS = 2;
+using list_judge = void (*)(const list_line &line, list_memory *memory);
 
 struct list_row {
     source which;
@@ -68,29 +66,6 @@ static const list_row &row_of_list(source which)
     return *row;
 }
 
-const list_format &format_of(source which)
-{
-    return row_of_list(which).format;
-}
-
-void tell(const list_line &line, size_t field, code id, const char *first, const char *second)
-{
-    find(line.all.r, line.number, line.names[field], id, first, second);
-}
-
-bool is_given(const char *field)
-{
-    return strcmp(field, NOT_GIVEN) != 0;
-}
-
-size_t split_entry(const settings_line &line, const list_format &format, line_words *words)
-{
-    split_line(line, " ", format.separators, format.end, words);
-    for (size_t i = 0; i < words->count; i++)
-        words->word[i][kept_length(words->word[i], LIST_FIELD_MAX)] = '\0';
-    return words->count;
-}
-
 // A tab joins two fields into one, and moves those behind it.
 static bool take_unused_field(const list_line &line, size_t i)
 {
@@ -137,7 +112,7 @@ void judge_list(const settings &all, source which)
         row.judge_whole(all);
     list_memory memory = {0, nullptr};
     if (which == source::vservers)
-        memory.taken_ports = static_cast<unsigned char *>(calloc(PROTOCOLS, PORTS));
+        memory.taken_ports = static_cast<unsigned char *>(calloc(FORWARD_PROTOCOLS, PORTS));
     line_reader reader = begin_lines(file_of(all, which));
     settings_line line;
     while (next_line(&reader, &line)) {
@@ -145,68 +120,4 @@ void judge_list(const settings &all, source which)
             judge_entry(all, row, line, &memory);
     }
     free(memory.taken_ports);
-}
-
-// The protocols that every iptables knows without asking a file for them.
-constexpr const char *known_protocols[] = {"tcp", "udp", "icmp", "esp", "ah", "all"};
-
-constexpr const char *port_protocols[] = {"tcp", "udp"};
-
-static bool is_any_case_of(const char *text, const char *const *words, size_t count)
-{
-    for (size_t i = 0; i < count; i++) {
-        if (strcasecmp(text, words[i]) == 0)
-            return true;
-    }
-    return false;
-}
-
-template <size_t N> static bool is_any_case_of(const char *text, const char *const (&words)[N])
-{
-    return is_any_case_of(text, words, N);
-}
-
-static bool is_protocol(const char *text)
-{
-    uint32_t number;
-    return is_any_case_of(text, known_protocols) || parse_number(text, 255, &number);
-}
-
-void judge_protocol(const list_line &line, size_t field)
-{
-    const char *protocol = line.field[field];
-    if (is_given(protocol) && !is_protocol(protocol))
-        tell(line, field, code::protocol, protocol, "tcp, udp, icmp, its number, or -");
-}
-
-void judge_ports(const list_line &line, size_t field, size_t protocol_field)
-{
-    const char *protocol = line.field[protocol_field];
-    port_range ports;
-    if (!is_given(line.field[field]))
-        return;
-    if (is_given(protocol) && !is_protocol(protocol))
-        return; // told of already
-    if (!is_any_case_of(protocol, port_protocols))
-        tell(line, field, code::port_without_protocol);
-    else if (!parse_ports(line.field[field], ':', &ports))
-        tell(line, field, code::port, line.field[field],
-             "a number from 1 to 65535, FIRST:LAST, or -");
-}
-
-bool judge_network(const list_line &line, size_t field, bool allow_range)
-{
-    const char *text = line.field[field];
-    uint32_t first;
-    uint32_t last;
-    ipv4_network network;
-    if (allow_range && parse_address_range(text, &first, &last))
-        return true;
-    if (!parse_network(text, &network)) {
-        tell(line, field, code::network, text);
-        return false;
-    }
-    if ((network.address & ~network.mask) != 0)
-        tell(line, field, code::host_bits);
-    return true;
 }

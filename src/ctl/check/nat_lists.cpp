@@ -1,15 +1,13 @@
-#include "ctl/check/lists.h"
-
+#include "ctl/check/list_judges.h"
+#include "ctl/check/values.h"
 #include "firewall/switches.h"
-#include "util/text.h"
 
 #include <string.h>
 #include <strings.h>
 
 // Port forwards
 
-constexpr size_t PORTS = 65536;
-constexpr const char *protocols[] = {"tcp", "udp"};
+constexpr const char *protocols[FORWARD_PROTOCOLS] = {"tcp", "udp"};
 
 static bool judge_forward_ports(const list_line &line, port_range *ports)
 {

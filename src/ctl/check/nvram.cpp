@@ -1,5 +1,6 @@
 #include "ctl/check/nvram.h"
 
+#include "ctl/check/lines.h"
 #include "platform/nvram.h"
 #include "util/text.h"
 

@@ -1,5 +1,5 @@
+#include "ctl/check/judges.h"
 #include "ctl/check/nvram.h"
-
 #include "util/mac.h"
 #include "util/mmac.h"
 #include "util/text.h"

@@ -1,5 +1,5 @@
+#include "ctl/check/judges.h"
 #include "ctl/check/nvram.h"
-
 #include "util/text.h"
 #include "wireless/profile_keys.h"
 #include "wireless/start.h"

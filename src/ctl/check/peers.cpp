@@ -1,7 +1,8 @@
 #include "config/known_interfaces.h"
 #include "config/params.h"
 #include "config/source_formats.h"
-#include "ctl/check/settings.h"
+#include "ctl/check/fields.h"
+#include "ctl/check/judges.h"
 #include "util/text.h"
 #include "wan/tunnels.h"
 
@@ -107,9 +108,8 @@ static void judge_unique(const peer_line &line, const char *name)
     const named_line *first = find_name(line.all.peers, name);
     if (first == nullptr || first->line >= line.number)
         return;
-    char text[16];
-    text_format(text, sizeof(text), "%u", first->line);
-    tell(line, "name", code::duplicate_name, text, "they take each other's place");
+    find_number(line.all.r, line.number, "name", code::duplicate_name, first->line,
+                "they take each other's place");
 }
 
 static void judge_name(const peer_line &line)
@@ -154,17 +154,17 @@ static void judge_meaning(const peer_line &line, const char *key, const char *wo
         judge_server(line, word);
     else if (strcmp(key, "iface") == 0 && strcmp(word, known_interfaces[WIRED_WAN].iface) != 0)
         tell(line, key, code::peer_interface, word);
-    else if (is_asked_for && strcmp(word, "-") == 0)
+    else if (is_asked_for && !is_given(word))
         tell(line, key, code::peer_dash);
 }
 
 static void judge_number(const peer_line &line, const peer_word &row, char *word)
 {
     uint32_t number;
-    if (row.how == peer_form::number_or_null && strcmp(word, "-") == 0)
+    if (row.how == peer_form::number_or_null && !is_given(word))
         return;
     bool has_line_end = cut_line_end(word);
-    if (row.how == peer_form::number_or_null && has_line_end && strcmp(word, "-") == 0)
+    if (row.how == peer_form::number_or_null && has_line_end && !is_given(word))
         tell(line, row.key, code::dash_metric);
     else if (!parse_number(word, PEER_METRIC_MAX, &number))
         tell(line, row.key, code::number, word);
@@ -262,9 +262,7 @@ static void judge_dialling(const peer_line &line)
 {
     bool is_l2tp = strcmp(line.type->type, "l2tp") == 0;
     if (is_l2tp && line.dialled->l2tp_line != 0) {
-        char text[16];
-        text_format(text, sizeof(text), "%u", line.dialled->l2tp_line);
-        tell(line, "auto", code::second_l2tp, text);
+        find_number(line.all.r, line.number, "auto", code::second_l2tp, line.dialled->l2tp_line);
         return;
     }
     if (is_l2tp)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "config/params.h"
-#include "ctl/check/lines.h"
 #include "ctl/check/names.h"
 #include "ctl/check/report.h"
 #include "ctl/check/tree.h"
@@ -64,31 +63,3 @@ const loaded_file &file_of(const settings &all, source which);
 
 // The position in known_interfaces, or INTERFACES for none.
 size_t find_interface(const char *name);
-
-// The length of the text that the router keeps of a field.
-size_t kept_length(const char *word, size_t capacity);
-
-// A field that the router uses, as it keeps it: word without its line end, cut to capacity. When
-// that is not what the line says, a finding tells so, and the result is false. What is kept of a
-// shorter text that ends the line depends on end.
-bool take_field(const settings &all, unsigned line, const char *name, char *word, size_t capacity);
-
-// What is passed over behind the last of fields words.
-void judge_extra(const settings &all, unsigned line, const line_words &words, size_t fields);
-
-// The judges of the files, one or more each. All of them tell all.r what they find.
-void judge_interfaces(const settings &all, source which);
-void judge_peers(const settings &all, source which);
-void judge_dns(const settings &all, source which);
-void judge_wimax(const settings &all, source which);
-void judge_switches(const settings &all, source which);
-void judge_list(const settings &all, source which);
-void judge_zone(const settings &all, source which);
-void judge_nvram_device(const settings &all, source which);
-void judge_nvram_wireless(const settings &all, source which);
-
-// Learn what the judges ask for, and forget it.
-void learn_interfaces(settings *all);
-void learn_switches(settings *all);
-void learn_schedules(settings *all);
-void learn_peers(settings *all);

@@ -1,4 +1,5 @@
-#include "ctl/check/settings.h"
+#include "ctl/check/judges.h"
+#include "ctl/check/lines.h"
 #include "firewall/switch_keys.h"
 #include "util/text.h"
 
@@ -110,11 +111,9 @@ static void judge_twice(const settings &all, unsigned number, const switch_line 
                         switch_seen *seen)
 {
     switch_seen &before = seen[line.row - switch_keys];
-    char text[16];
-    text_format(text, sizeof(text), "%u", before.line);
     if (before.line != 0 && before.effect != line.effect)
-        find(all.r, number, line.row->key, code::key_twice, text,
-             is_on_off(*line.row) ? "once off, it stays off" : "the later one counts");
+        find_number(all.r, number, line.row->key, code::key_twice, before.line,
+                    is_on_off(*line.row) ? "once off, it stays off" : "the later one counts");
     before = {number, line.effect};
 }
 

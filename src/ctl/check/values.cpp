@@ -1,5 +1,6 @@
 #include "ctl/check/values.h"
 
+#include "firewall/list_formats.h"
 #include "util/text.h"
 
 #include <ctype.h>
@@ -13,6 +14,20 @@ bool is_one_of(const char *text, const char *const *words, size_t count)
             return true;
     }
     return false;
+}
+
+bool is_any_case_of(const char *text, const char *const *words, size_t count)
+{
+    for (size_t i = 0; i < count; i++) {
+        if (strcasecmp(text, words[i]) == 0)
+            return true;
+    }
+    return false;
+}
+
+bool is_given(const char *word)
+{
+    return strcmp(word, NOT_GIVEN) != 0;
 }
 
 bool parse_number(const char *text, uint32_t most, uint32_t *out)
@@ -204,24 +219,15 @@ bool is_utf8(const char *text)
     return true;
 }
 
-static bool is_any_case_of(const char *text, const char *const *words, size_t count)
-{
-    for (size_t i = 0; i < count; i++) {
-        if (strcasecmp(text, words[i]) == 0)
-            return true;
-    }
-    return false;
-}
-
 constexpr const char *yes_words[] = {"1", "yes", "on", "true", "enable", "enabled"};
 constexpr const char *no_words[] = {"0", "-", "no", "off", "false", "disable", "disabled"};
 
 bool is_yes_word(const char *text)
 {
-    return is_any_case_of(text, yes_words, sizeof(yes_words) / sizeof(yes_words[0]));
+    return is_any_case_of(text, yes_words);
 }
 
 bool is_no_word(const char *text)
 {
-    return is_any_case_of(text, no_words, sizeof(no_words) / sizeof(no_words[0]));
+    return is_any_case_of(text, no_words);
 }

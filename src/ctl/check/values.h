@@ -12,6 +12,17 @@ template <size_t N> bool is_one_of(const char *text, const char *const (&words)[
     return is_one_of(text, words, N);
 }
 
+// The same in any case.
+bool is_any_case_of(const char *text, const char *const *words, size_t count);
+
+template <size_t N> bool is_any_case_of(const char *text, const char *const (&words)[N])
+{
+    return is_any_case_of(text, words, N);
+}
+
+// Whether a field says anything; one that does not holds NOT_GIVEN, in every file.
+bool is_given(const char *word);
+
 // Decimal digits only, no 0 in front, at most most. out is left alone when it returns false.
 bool parse_number(const char *text, uint32_t most, uint32_t *out);
 

@@ -1,4 +1,5 @@
-#include "ctl/check/settings.h"
+#include "ctl/check/judges.h"
+#include "ctl/check/lines.h"
 #include "util/text.h"
 #include "util/time_zone.h"
 

@@ -3,6 +3,7 @@
 #include "config/document.h"
 #include "config/source_formats.h"
 #include "ctl/check/tree.h"
+#include "ctl/check/values.h"
 #include "util/text.h"
 
 #include <ctype.h>
@@ -49,15 +50,6 @@ bool is_secret_member(const char *key)
 
 // Where nothing is set, and what the head of a list calls its fields.
 constexpr const char *no_secrets[] = {"-", "login", "passwd"};
-
-template <size_t N> static bool is_one_of(const char *text, const char *const (&words)[N])
-{
-    for (const char *word : words) {
-        if (strcmp(word, text) == 0)
-            return true;
-    }
-    return false;
-}
 
 static void add_secret(secrets *all, const char *text)
 {
