@@ -55,6 +55,12 @@ unsigned get_value(const nvram_section &section, const char *key, char (&value)[
     return row->line;
 }
 
+void tell(const nvram_section &section, const nvram_line &line, code id, const char *first,
+          const char *second)
+{
+    find(section.all.r, line.number, line.key, id, first, second);
+}
+
 static bool has_controls(const char *bytes, size_t length)
 {
     for (size_t i = 0; i < length; i++) {

@@ -28,6 +28,9 @@ void end_section(nvram_section *section);
 // there is none.
 unsigned get_value(const nvram_section &section, const char *key, char (&value)[NVRAM_VALUE_MAX]);
 
+void tell(const nvram_section &section, const nvram_line &line, code id, const char *first = "",
+          const char *second = "");
+
 // Whether the router reads a key of this name; the name as it is read goes to known when the case
 // or blanks differ.
 using key_test = bool (*)(const char *key, const char **known);

@@ -47,7 +47,7 @@ static void judge_wan(const nvram_section &section, const nvram_line &line,
     base[MAC_BYTES - 1]++;
     char text[MAC_TEXT_MAX];
     if (memcmp(base, mac, sizeof(base)) != 0)
-        find(section.all.r, line.number, line.key, code::wanmac_unused, format_mac(base, text));
+        tell(section, line, code::wanmac_unused, format_mac(base, text));
 }
 
 static void judge_line(const nvram_section &section, const nvram_line &line)
@@ -58,9 +58,9 @@ static void judge_line(const nvram_section &section, const nvram_line &line)
     if (line.value[0] == '\0' || (!is_base && !is_wan && strcmp(line.key, WLAN_KEY) != 0))
         return;
     if (!parse_value(line.value, mac))
-        find(section.all.r, line.number, line.key, code::mac, line.value);
+        tell(section, line, code::mac, line.value);
     else if (is_base && mac[MAC_BYTES - 1] == 0xff)
-        find(section.all.r, line.number, line.key, code::mac_wraps);
+        tell(section, line, code::mac_wraps);
     else if (is_wan)
         judge_wan(section, line, mac);
 }
