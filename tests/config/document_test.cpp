@@ -1,5 +1,6 @@
 #include "config/document.h"
 
+#include "support/settings_files.h"
 #include "support/unit_test.h"
 
 #include <jansson.h>
@@ -10,8 +11,8 @@
 namespace
 {
 
-constexpr char INTERFACES[] = "/etc/default/network-interfaces";
-constexpr char PEERS[] = "/etc/default/ppp-peers";
+using namespace settings_files;
+
 constexpr char CONFIG[] = "/var/run/Config";
 
 class document : public support::unit_test

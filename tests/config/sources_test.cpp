@@ -1,5 +1,6 @@
 #include "config/sources.h"
 
+#include "support/settings_files.h"
 #include "support/unit_test.h"
 
 #include <memory>
@@ -10,10 +11,7 @@
 namespace
 {
 
-constexpr char INTERFACES[] = "/etc/default/network-interfaces";
-constexpr char PEERS[] = "/etc/default/ppp-peers";
-constexpr char DNS[] = "/etc/default/dns.conf";
-constexpr char WIMAX[] = "/etc/default/wimax";
+using namespace settings_files;
 
 // What a reader made of a file, as compact JSON, and its result before it.
 std::string taken(json_t *target, int result)

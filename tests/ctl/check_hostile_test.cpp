@@ -1,22 +1,18 @@
 // mctl check on files that no web interface writes: whatever lies there, it is a finding, and the
 // check neither waits, nor crashes, nor follows a link out of the tree.
-#include "ctl/check/check.h"
 #include "ctl/check/report.h"
-#include "support/texts.h"
-#include "support/unit_test.h"
+#include "ctl/code_test.h"
 
 #include <algorithm>
 #include <fcntl.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace
 {
 
-constexpr char RULES[] = "/etc/default/rules";
+using namespace check_test;
 
 class check_hostile : public support::unit_test
 {
@@ -24,35 +20,20 @@ class check_hostile : public support::unit_test
     void SetUp() override
     {
         unit_test::SetUp();
-        world.copy_in(support::example_path("router"), "/tree");
-        world.copy_in(support::example_path("pppoe"), "/tree");
-        world.write("/tree/etc/default/ip_filter", "MAC_FILTER_ENABLE=1\n");
+        write_good_settings(&world, "/tree");
     }
 
-    std::string check(const char *root = "/tree")
-    {
-        char *text = nullptr;
-        size_t length = 0;
-        FILE *out = open_memstream(&text, &length);
-        status = check_settings(root, out, false);
-        fclose(out);
-        std::string result(text, length);
-        free(text);
-        return result;
-    }
+    static checked check() { return check_test::check("/tree"); }
 
     // The one finding that there is about the rules.
-    std::string about_rules()
+    static std::string about_rules()
     {
-        std::string text = check();
-        EXPECT_EQ(support::lines_of(text).size(), 2U) << text;
-        size_t code = text.find(": ", text.find(": ") + 2) + 2;
-        return text.substr(0, text.find(": ", code));
+        std::vector<std::string> found = findings(check().text);
+        EXPECT_EQ(found.size(), 1U) << testing::PrintToString(found);
+        return found.empty() ? "" : found[0];
     }
 
     void replace_rules() { world.remove(std::string("/tree") + RULES); }
-
-    int status = -1;
 };
 
 std::string rules_error(const std::string &code)
@@ -62,8 +43,9 @@ std::string rules_error(const std::string &code)
 
 TEST_F(check_hostile, good_settings)
 {
-    EXPECT_EQ(check(), "0 errors, 0 warnings\n");
-    EXPECT_EQ(status, 0);
+    checked seen = check();
+    EXPECT_EQ(seen.text, "0 errors, 0 warnings\n");
+    EXPECT_EQ(seen.status, 0);
 }
 
 TEST_F(check_hostile, a_directory)
@@ -108,7 +90,7 @@ TEST_F(check_hostile, a_link_of_a_directory_on_the_way)
     world.remove("/tree/etc/TZ");
     ASSERT_EQ(rename("/tree/etc/default", "/tree/ro"), 0);
     world.symlink("/ro", "/tree/etc/default");
-    EXPECT_EQ(support::lines_of(check()).size(), 2U);
+    EXPECT_EQ(support::lines_of(check().text).size(), 2U);
 }
 
 TEST_F(check_hostile, a_million_lines)
@@ -118,7 +100,7 @@ TEST_F(check_hostile, a_million_lines)
         lines += "DROP pest - 203.0.113.66 - - - - -\n";
     world.write("/tree/etc/default/rules", lines);
     EXPECT_EQ(about_rules(), rules_error("too-large"));
-    EXPECT_EQ(status, 1);
+    EXPECT_EQ(check().status, 1);
 }
 
 TEST_F(check_hostile, an_endless_line)
@@ -133,7 +115,7 @@ TEST_F(check_hostile, more_findings_than_are_shown)
     for (unsigned i = 0; i < FINDINGS_SHOWN + 7; i++)
         lines += "drop pest - 203.0.113.66 - - - - -\n";
     world.write("/tree/etc/default/rules", lines);
-    std::vector<std::string> all = support::lines_of(check());
+    std::vector<std::string> all = support::lines_of(check().text);
     ASSERT_EQ(all.size(), FINDINGS_SHOWN + 2);
     EXPECT_TRUE(support::begins_with(all[FINDINGS_SHOWN], rules_error("too-many") + ": 7 more"));
 }
@@ -142,7 +124,7 @@ TEST_F(check_hostile, more_findings_than_are_shown)
 TEST_F(check_hostile, a_key_of_any_bytes)
 {
     world.write("/tree/etc/default/ip_filter", "FIREWALL_ENABL\xff\x1b[2J=0\n");
-    const std::string text = check();
+    const std::string text = check().text;
     EXPECT_NE(text.find("/etc/default/ip_filter:1:FIREWALL_ENABL\\xff\\x1b[2J: error: key-prefix"),
               std::string::npos)
         << text;
@@ -162,7 +144,7 @@ TEST_F(check_hostile, any_bytes)
                 bytes += round % 2 == 0 ? static_cast<char>(byte) : usual[byte % (sizeof usual)];
             }
             world.write("/tree/etc/default/" + name, bytes);
-            std::string text = check();
+            std::string text = check().text;
             bool is_plain = std::all_of(text.begin(), text.end(),
                                         [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); });
             EXPECT_TRUE(is_plain) << name << " " << round;

@@ -4,23 +4,17 @@
 #include "firewall/filter_lists.h"
 #include "firewall/nat_lists.h"
 #include "firewall/switches.h"
+#include "support/settings_files.h"
+#include "support/texts.h"
 #include "support/unit_test.h"
 
 #include <stdio.h>
-#include <stdlib.h>
 #include <string>
 
 namespace firewall_test
 {
 
-constexpr char RULES[] = "/etc/default/rules";
-constexpr char MACS[] = "/etc/default/macfilter_list";
-constexpr char URLS[] = "/etc/default/url_filter";
-constexpr char ACCESS[] = "/etc/default/httpd_access.conf";
-constexpr char VSERVERS[] = "/etc/default/vservers";
-constexpr char MASQ[] = "/etc/default/masq";
-constexpr char TRIGGERS[] = "/etc/default/trigger_ports";
-constexpr char SCHEDULES[] = "/etc/default/sched_list";
+using namespace settings_files;
 
 using reader = int (*)(FILE *file);
 
@@ -55,13 +49,7 @@ struct written {
 inline void write_into(void *context)
 {
     written *all = static_cast<written *>(context);
-    char *text = nullptr;
-    size_t length = 0;
-    FILE *file = open_memstream(&text, &length);
-    all->result = all->read(file);
-    fclose(file);
-    all->rules.assign(text, length);
-    free(text);
+    all->rules = support::written([all](FILE *file) { all->result = all->read(file); });
 }
 
 inline written write_rules(reader read)

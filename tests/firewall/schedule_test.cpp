@@ -1,5 +1,6 @@
 #include "firewall/schedule.h"
 
+#include "support/settings_files.h"
 #include "support/unit_test.h"
 
 #include <string>
@@ -7,6 +8,7 @@
 namespace
 {
 
+using namespace settings_files;
 using std::string_literals::operator""s;
 
 struct match_case {
@@ -55,8 +57,6 @@ INSTANTIATE_TEST_SUITE_P(
         match_case{"time_with_its_line_end", "1111111", "08001730\n", -1, ""},
         match_case{"nothing", "", "", -1, ""}),
     support::row_name);
-
-constexpr char SCHEDULES[] = "/etc/default/sched_list";
 
 struct lookup_case {
     const char *name;

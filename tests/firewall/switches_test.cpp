@@ -1,5 +1,6 @@
 #include "firewall/switches.h"
 
+#include "support/settings_files.h"
 #include "support/unit_test.h"
 
 #include <string>
@@ -7,11 +8,8 @@
 namespace
 {
 
+using namespace settings_files;
 using std::string_literals::operator""s;
-
-constexpr char IP_FILTER[] = "/etc/default/ip_filter";
-constexpr char IGMP[] = "/etc/default/igmp";
-constexpr char UPNP[] = "/etc/default/upnp";
 
 // The switches that do not stand as on a router without settings, as "name=value".
 std::string changed()

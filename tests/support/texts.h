@@ -2,6 +2,8 @@
 #pragma once
 
 #include <sstream>
+#include <stdio.h>
+#include <stdlib.h>
 #include <string>
 #include <vector>
 
@@ -50,6 +52,19 @@ inline std::string rests(const std::string &trace, const std::string &begin)
         if (begins_with(line, begin))
             result += (result.empty() ? "" : ", ") + line.substr(begin.size());
     }
+    return result;
+}
+
+// What a routine that is given a file writes into it.
+template <class Writer> std::string written(Writer write)
+{
+    char *text = nullptr;
+    size_t length = 0;
+    FILE *file = open_memstream(&text, &length);
+    write(file);
+    fclose(file);
+    std::string result(text, length);
+    free(text);
     return result;
 }
 

@@ -4,6 +4,7 @@
 
 #include "support/expect.h"
 #include "support/router_box.h"
+#include "support/settings_files.h"
 
 #include <gtest/gtest.h>
 #include <sstream>
@@ -13,10 +14,11 @@
 namespace firewall_test
 {
 
+using namespace settings_files;
+
 constexpr char NAT[] = "/tmp/nat_rules";
 constexpr char FILTER[] = "/tmp/filter_rules";
 constexpr char MANGLE[] = "/tmp/mangle_rules";
-constexpr char IP_FILTER[] = "/etc/default/ip_filter";
 constexpr char PROGRESS[] = "firewall start\nfirewall done\n";
 
 inline std::string replaced(std::string text, const std::string &part, const std::string &other)

@@ -13,7 +13,6 @@ using support::program_result;
 using support::wait;
 
 constexpr char RESTORE[] = MCFG_SOURCE_DIR "/lab/stand-ins/iptables-restore";
-constexpr char RULES[] = "/etc/default/rules";
 
 // Addresses, as the settings have them.
 constexpr char ROUTER_LAN[] = "192.168.1.1";

@@ -1,10 +1,10 @@
 #include "wan/option_text.h"
 
 #include "support/rows.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
+#include <stdio.h>
 #include <string>
 
 namespace
@@ -14,14 +14,7 @@ using writer = void (*)(FILE *file, const char *value);
 
 std::string written(writer write, const std::string &value)
 {
-    char *text = nullptr;
-    size_t size = 0;
-    FILE *file = open_memstream(&text, &size);
-    write(file, value.c_str());
-    fclose(file);
-    std::string result(text, size);
-    free(text);
-    return result;
+    return support::written([&](FILE *file) { write(file, value.c_str()); });
 }
 
 struct text_row {

@@ -1,0 +1,133 @@
+// What the tests of mctl check's codes share: the settings that raise a code and it alone, on the
+// very line, and the nearest settings that do not.
+#pragma once
+
+#include "ctl/check/check.h"
+#include "ctl/check/codes.h"
+#include "support/settings_files.h"
+#include "support/texts.h"
+#include "support/unit_test.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace check_test
+{
+
+using namespace settings_files;
+
+constexpr char NO_FILE[] = "(missing)";
+
+using files = std::map<std::string, std::string>; // content, or NO_FILE
+
+struct code_case {
+    const char *name; // the code; where it has several rows, what is odd in this one behind a colon
+    std::string file;
+    std::string bad;
+    unsigned line;
+    std::string field;
+    std::string good;
+    files also = {}; // for both
+
+    std::string code() const { return std::string(name).substr(0, std::string(name).find(':')); }
+};
+
+struct checked {
+    int status;
+    std::string text;
+};
+
+inline checked check(const char *root = "/")
+{
+    checked result = {-1, ""};
+    result.text =
+        support::written([&](FILE *out) { result.status = check_settings(root, out, false); });
+    return result;
+}
+
+// "FILE:LINE:FIELD: SEVERITY: CODE" of each finding.
+inline std::vector<std::string> findings(const std::string &text)
+{
+    std::vector<std::string> heads;
+    for (const std::string &line : support::lines_of(text)) {
+        size_t code = line.find(": ", line.find(": ") + 2);
+        if (line[0] == '/')
+            heads.push_back(line.substr(0, line.find(": ", code + 2)));
+    }
+    return heads;
+}
+
+// What the settings around the row bring by themselves, such as a missing file.
+inline std::vector<std::string> without(std::vector<std::string> all,
+                                        const std::vector<std::string> &some)
+{
+    for (const std::string &one : some) {
+        auto it = std::find(all.begin(), all.end(), one);
+        if (it != all.end())
+            all.erase(it);
+    }
+    return all;
+}
+
+// The example router with PPPoE. All that there is to find in it is that its MAC filter and PPPoE
+// do not go together well, so the filter lets in here what is listed.
+inline void write_good_settings(support::private_world *world, const std::string &root)
+{
+    world->copy_in(support::example_path("router"), root);
+    world->copy_in(support::example_path("pppoe"), root);
+    world->write(root + IP_FILTER, "MAC_FILTER_ENABLE=1\n");
+}
+
+class code_test : public support::unit_test, public testing::WithParamInterface<code_case>
+{
+  protected:
+    void SetUp() override
+    {
+        unit_test::SetUp();
+        write_good_settings(&world, "/");
+    }
+
+    void expect_alone()
+    {
+        std::vector<std::string> good = found_with(GetParam().good);
+        std::vector<std::string> bad = without(found_with(GetParam().bad), good);
+        ASSERT_EQ(bad.size(), 1U) << testing::PrintToString(bad);
+        EXPECT_EQ(bad[0].substr(bad[0].find(':')), expected());
+        EXPECT_EQ(without(good, bad), good) << "the neighbour has it too";
+        if (GetParam().also.empty()) {
+            EXPECT_EQ(good, std::vector<std::string>());
+        }
+    }
+
+  private:
+    void put(const std::string &path, const std::string &content)
+    {
+        if (content == NO_FILE)
+            world.remove(path);
+        else
+            world.write(path, content);
+    }
+
+    std::vector<std::string> found_with(const std::string &content)
+    {
+        for (const auto &[path, other] : GetParam().also)
+            put(path, other);
+        put(GetParam().file, content);
+        return findings(check().text);
+    }
+
+    static std::string expected()
+    {
+        const code_case &row = GetParam();
+        for (const code_row &code : code_rows) {
+            if (row.code() == code.name)
+                return ":" + std::to_string(row.line) + ":" + row.field + ": " +
+                       severity_name(code.how_bad) + ": " + code.name;
+        }
+        return "no such code";
+    }
+};
+
+} // namespace check_test
