@@ -1,21 +1,13 @@
 #include "sweep/invocations.h"
 
+#include "support/lease.h"
+
 namespace sweep
 {
 
 using support::environment;
 using support::router_box;
-
-static const environment lease = {
-    {"interface", "vlan2"},
-    {"ip", "192.0.2.10"},
-    {"subnet", "255.255.255.0"},
-    {"router", "192.0.2.1"},
-    {"dns", "198.51.100.53 203.0.113.53"},
-    {"routes", "198.51.100.7 192.0.2.2"},
-    {"staticroutes", "10.0.0.0/8 192.0.2.3"},
-    {"msroutes", "24 192 168 5 192 0 2 4"},
-};
+using support::vlan2_lease;
 
 // clang-format off
 static const environment link_up = {
@@ -103,10 +95,10 @@ static const std::vector<invocation> table = {
     {"hotplug-usb_device", program::mcfg, {"hotplug", "usb_device"}, modem, plug_modem},
     {"hotplug-block-add", program::mcfg, {"hotplug", "block"}, disk_added, nullptr},
     {"hotplug-block-remove", program::mcfg, {"hotplug", "block"}, disk_removed, plug_disk},
-    {"udhcpc-bound", program::mcfg, {"/tmp/udhcpc", "bound"}, lease, nullptr},
-    {"udhcpc-deconfig", program::mcfg, {"/tmp/udhcpc", "deconfig"}, lease, nullptr},
-    {"udhcpc-renew", program::mcfg, {"/tmp/udhcpc", "renew"}, lease, nullptr},
-    {"udhcpc-leasefail", program::mcfg, {"/tmp/udhcpc", "leasefail"}, lease, nullptr},
+    {"udhcpc-bound", program::mcfg, {"/tmp/udhcpc", "bound"}, vlan2_lease, nullptr},
+    {"udhcpc-deconfig", program::mcfg, {"/tmp/udhcpc", "deconfig"}, vlan2_lease, nullptr},
+    {"udhcpc-renew", program::mcfg, {"/tmp/udhcpc", "renew"}, vlan2_lease, nullptr},
+    {"udhcpc-leasefail", program::mcfg, {"/tmp/udhcpc", "leasefail"}, vlan2_lease, nullptr},
     {"ip-up", program::mcfg, {"/tmp/ppp/ip-up"}, link_up, use_pppoe},
     {"ip-down", program::mcfg, {"/tmp/ppp/ip-down"}, link_down, nullptr},
     {"mmac-get-lan", program::mmac, {"mmac", "get", "lan"}, {}, nullptr},

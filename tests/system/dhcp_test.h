@@ -1,6 +1,7 @@
 // Events of the DHCP client in a router box: a lease, and what it leaves in the link-state store.
 #pragma once
 
+#include "support/lease.h"
 #include "support/router_box.h"
 
 #include <gtest/gtest.h>
@@ -13,22 +14,12 @@ namespace dhcp_life
 using support::environment;
 using support::outcome;
 using support::router_box;
+using support::vlan2_lease;
 
 inline constexpr char config[] = R"({"Network":{"Wan":[
     {"iface":"vlan2","name":"WAN","auto":true,"type":"dhcp"},
     {"iface":"wimax0","name":"WIMAX","auto":true,"type":"dhcp"},
     {"iface":"eth9","type":"dhcp"}]}})";
-
-inline const environment vlan2_lease = {
-    {"interface", "vlan2"},
-    {"ip", "192.0.2.10"},
-    {"subnet", "255.255.255.0"},
-    {"router", "192.0.2.1"},
-    {"dns", "198.51.100.53 203.0.113.53"},
-    {"routes", "198.51.100.7 192.0.2.2"},
-    {"staticroutes", "10.0.0.0/8 192.0.2.3"},
-    {"msroutes", "24 192 168 5 192 0 2 4"},
-};
 
 inline environment with(environment lease, const std::string &name, const std::string &value)
 {
