@@ -1,4 +1,6 @@
 // The box from the command line.
+#include "support/scratch.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -6,26 +8,16 @@
 #include <gtest/gtest.h>
 #include <linux/capability.h>
 #include <string>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
 {
 
-struct said {
-    int status;
-    std::string text;
-};
+using support::said;
 
 said router_box(const std::string &options)
 {
-    FILE *pipe = popen(("exec 2>&1; " ROUTER_BOX " " + options).c_str(), "r");
-    said result = {-1, ""};
-    char block[512];
-    while (size_t length = fread(block, 1, sizeof block, pipe))
-        result.text.append(block, length);
-    result.status = WEXITSTATUS(pclose(pipe));
-    return result;
+    return support::run_line("exec 2>&1; " ROUTER_BOX " " + options);
 }
 
 TEST(cli, carries_out_its_options_in_order)
@@ -63,12 +55,11 @@ TEST(cli, takes_variables_from_a_dump_and_sets_others_besides)
 
 TEST(cli, saves_what_is_there)
 {
-    char directory[] = "/tmp/saved-XXXXXX";
-    ASSERT_NE(mkdtemp(directory), nullptr);
-    std::string here = directory;
+    support::scratch_directory room("saved");
+    const std::string here = room.path();
     said s = router_box("--write /etc/x=one --write /etc/ppp/peers/a=two --save /etc/x:" + here +
                         " --save /etc/ppp/peers/:" + here + " --save /etc/none:" + here +
-                        " && cd " + here + " && grep -r . . | sort; rm -r " + here);
+                        " && cd " + here + " && grep -r . . | sort");
     EXPECT_EQ(s.status, 0);
     EXPECT_EQ(s.text, "./etc/ppp/peers/a:two\n./etc/x:one\n");
 }

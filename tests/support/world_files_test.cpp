@@ -1,8 +1,8 @@
 // The files of a world, as a test handles them from outside.
 #include "support/router_box.h"
+#include "support/scratch.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -84,17 +84,14 @@ TEST_F(world_files, a_written_file_replaces_a_tool)
 
 TEST_F(world_files, copy_in_keeps_modes_and_links)
 {
-    char directory[] = "/tmp/box_test_XXXXXX";
-    ASSERT_NE(mkdtemp(directory), nullptr);
-    std::string from = directory;
+    support::scratch_directory room("box_test");
+    std::string from = room.path();
     ASSERT_EQ(mkdir((from + "/below").c_str(), 0750), 0);
-    std::ofstream(from + "/below/file") << "text";
+    room.write("below/file", "text");
     ASSERT_EQ(chmod((from + "/below/file").c_str(), 0600), 0);
     ASSERT_EQ(symlink("file", (from + "/below/link").c_str()), 0);
     box.write("/etc/default/kept", "kept");
     box.copy_in(from, "/etc/default");
-    std::string command = "rm -r " + from;
-    ASSERT_EQ(system(command.c_str()), 0);
 
     EXPECT_EQ(box.list("/etc/default"), (std::vector<std::string>{"below", "kept"}));
     EXPECT_EQ(box.read("/etc/default/below/link"), "text");

@@ -1,13 +1,10 @@
 // scripts/install-dependencies, for someone who may not install anything: on a machine that lacks
 // everything, made of the few tools that the script itself needs.
-#include <cstdio>
-#include <cstdlib>
+#include "support/scratch.h"
+
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
-#include <sys/wait.h>
 
 namespace
 {
@@ -19,41 +16,30 @@ class install_dependencies : public ::testing::Test
   protected:
     install_dependencies()
     {
-        char name[] = "/tmp/tools-XXXXXX";
-        if (mkdtemp(name) == nullptr)
-            throw std::runtime_error("mkdtemp");
-        tools = name;
         for (const char *tool :
              {"bash", "cat", "dirname", "env", "mktemp", "realpath", "rm", "sed"})
-            fs::create_symlink(fs::path("/usr/bin") / tool, tools / tool);
+            fs::create_symlink(fs::path("/usr/bin") / tool, room.path() / tool);
         make("id", "echo 1000");
         make("dpkg-query", "exit 1");
     }
 
-    ~install_dependencies() override { fs::remove_all(tools); }
-
     void make(const std::string &name, const std::string &line)
     {
-        std::ofstream(tools / name) << "#!/bin/bash\n" << line << "\n";
-        fs::permissions(tools / name, fs::perms::owner_all);
+        room.write(name, "#!/bin/bash\n" + line + "\n");
+        fs::permissions(room.path() / name, fs::perms::owner_all);
     }
 
     // What it says; it has to fail.
     std::string run()
     {
-        std::string line = "PATH=" + tools.string() +
-                           " " MCFG_SOURCE_DIR "/scripts/install-dependencies bench 2>&1";
-        FILE *pipe = popen(line.c_str(), "r");
-        if (pipe == nullptr)
-            throw std::runtime_error("popen");
-        std::string said;
-        for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe))
-            said += static_cast<char>(c);
-        EXPECT_EQ(WEXITSTATUS(pclose(pipe)), 1);
-        return said;
+        support::said s =
+            support::run_line("PATH=" + room.path().string() +
+                              " " MCFG_SOURCE_DIR "/scripts/install-dependencies bench 2>&1");
+        EXPECT_EQ(s.status, 1);
+        return s.text;
     }
 
-    fs::path tools;
+    support::scratch_directory room{"tools"};
 };
 
 constexpr char INSTALLING[] = "Installing: busybox iproute2 iptables strace time valgrind\n";

@@ -1,36 +1,19 @@
 // scripts/preview: what it shows of settings, what it hides, and what differs between two.
-#include <cstdio>
-#include <cstdlib>
+#include "support/scratch.h"
+
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 namespace
 {
 
 namespace fs = std::filesystem;
 
-struct said {
-    int status;
-    std::string text;
-};
-
-said output_of(const std::string &line)
-{
-    FILE *pipe = popen(("exec 2>&1; " + line).c_str(), "r");
-    if (pipe == nullptr)
-        throw std::runtime_error("popen");
-    said result = {-1, ""};
-    char block[4096];
-    while (size_t length = fread(block, 1, sizeof block, pipe))
-        result.text.append(block, length);
-    result.status = WEXITSTATUS(pclose(pipe));
-    return result;
-}
+using support::run_line;
+using support::said;
 
 // A directory whose name has a blank, with two copies of the example router's settings, "one" and
 // "other". The script is called from there.
@@ -39,36 +22,20 @@ class preview : public ::testing::Test
   protected:
     preview()
     {
-        char name[] = "/tmp/preview test-XXXXXX";
-        if (mkdtemp(name) == nullptr)
-            throw std::runtime_error("mkdtemp");
-        here = name;
         for (const char *copy : {"one", "other"})
             fs::copy(MCFG_SOURCE_DIR "/examples/router", here / copy, fs::copy_options::recursive);
     }
 
-    ~preview() override { fs::remove_all(here); }
-
-    void write(const std::string &path, const std::string &text)
-    {
-        fs::create_directories((here / path).parent_path());
-        std::ofstream(here / path) << text;
-    }
-
-    void append(const std::string &path, const std::string &text)
-    {
-        std::ofstream(here / path, std::ios::app) << text;
-    }
-
     said run(const std::string &arguments)
     {
-        return output_of("cd '" + here.string() +
-                         "' && MCFG_HOST_BUILD='" MCFG_BINARY_DIR "' '" MCFG_SOURCE_DIR
-                         "/scripts/preview' " +
-                         arguments);
+        return run_line("exec 2>&1; cd '" + here.string() +
+                        "' && MCFG_HOST_BUILD='" MCFG_BINARY_DIR "' '" MCFG_SOURCE_DIR
+                        "/scripts/preview' " +
+                        arguments);
     }
 
-    fs::path here;
+    support::scratch_directory room{"preview test"};
+    const fs::path &here = room.path();
 };
 
 bool holds(const said &s, const std::string &text)
@@ -78,7 +45,7 @@ bool holds(const said &s, const std::string &text)
 
 TEST_F(preview, shows_a_screen_for_each_subject)
 {
-    append("one/etc/default/rules", "ACCEPT short\n");
+    room.append("one/etc/default/rules", "ACCEPT short\n");
     said s = run("one");
     EXPECT_EQ(s.status, 0);
     const char *const in_order[] = {
@@ -169,8 +136,8 @@ class secrets : public preview
     {
         for (const profile_key &row : profile_keys)
             write_key(row.key);
-        write("one/etc/default/ppp-peers", "wan1 pppoe 1 login-x passwd\"x vlan2 ac1 isp 1\n"
-                                           "work l2tp 0 login-y passwd-y 192.0.2.3 2\n");
+        room.write("one/etc/default/ppp-peers", "wan1 pppoe 1 login-x passwd\"x vlan2 ac1 isp 1\n"
+                                                "work l2tp 0 login-y passwd-y 192.0.2.3 2\n");
         fs::copy(MCFG_SOURCE_DIR "/examples/pppoe", here / "one",
                  fs::copy_options::recursive | fs::copy_options::overwrite_existing);
     }
@@ -180,7 +147,7 @@ class secrets : public preview
     {
         std::ifstream old(here / "one/etc/nvram/1");
         std::string text{std::istreambuf_iterator<char>(old), {}};
-        write("one/etc/nvram/1", std::string(key) + "=value-of-" + key + "\n" + text);
+        room.write("one/etc/nvram/1", std::string(key) + "=value-of-" + key + "\n" + text);
     }
 };
 
@@ -206,7 +173,7 @@ TEST_F(secrets, are_shown_when_asked_for)
 
 TEST_F(preview, shows_only_what_differs)
 {
-    append("other/etc/default/vservers", "new tcp 9000 90 192.168.1.40 - - - -\n");
+    room.append("other/etc/default/vservers", "new tcp 9000 90 192.168.1.40 - - - -\n");
     said s = run("one other");
     EXPECT_EQ(s.status, 0);
     EXPECT_EQ(s.text, R"(
@@ -225,7 +192,7 @@ No difference: findings config peers filter mangle wireless commands addresses
 
 TEST_F(preview, tells_of_another_password_without_telling_it)
 {
-    write("other/etc/default/ppp-peers", "");
+    room.write("other/etc/default/ppp-peers", "");
     fs::copy(here / "one/etc/default/ppp-peers", here / "other/etc/default/ppp-peers",
              fs::copy_options::overwrite_existing);
     ASSERT_EQ(system(("sed -i s/first-secret/other-secret/ '" + here.string() +

@@ -2,12 +2,11 @@
 // that it changes nothing else. With this machine's shell and tools, and with those of BusyBox,
 // which run it on the emulated router.
 #include "support/rows.h"
+#include "support/scratch.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
-#include <stdio.h>
 #include <string>
-#include <sys/wait.h>
 
 namespace
 {
@@ -16,16 +15,10 @@ constexpr char TRANSLATOR[] = MCFG_SOURCE_DIR "/lab/stand-ins/iptables-restore";
 
 std::string output_of(const std::string &line)
 {
-    FILE *pipe = popen(line.c_str(), "r");
-    if (pipe == nullptr)
-        throw std::runtime_error("popen");
-    std::string out;
-    for (int c = fgetc(pipe); c != EOF; c = fgetc(pipe))
-        out += static_cast<char>(c);
-    int status = pclose(pipe);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    support::said s = support::run_line(line);
+    if (s.status != 0)
         throw std::runtime_error(line + ": failed");
-    return out;
+    return s.text;
 }
 
 std::string translated(const std::string &shell, const std::string &rules)

@@ -1,65 +1,41 @@
 // "mctl check" as a person or the web interface starts it: the settings that are meant to be right,
 // the two forms of what it writes, and its exit status.
+#include "support/rows.h"
+#include "support/scratch.h"
 #include "support/texts.h"
 
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <jansson.h>
 #include <string>
-#include <sys/wait.h>
 #include <vector>
 
 namespace
 {
 
-struct outcome {
-    int status;
-    std::string text;
-};
+using support::said;
 
-outcome mctl(const std::string &words)
+said mctl(const std::string &words)
 {
-    FILE *pipe = popen((std::string(MCTL_PROGRAM) + " " + words).c_str(), "r");
-    if (pipe == nullptr)
-        throw std::runtime_error("popen");
-    outcome result = {-1, ""};
-    std::array<char, 4096> block;
-    while (size_t length = fread(block.data(), 1, block.size(), pipe))
-        result.text.append(block.data(), length);
-    int ended = pclose(pipe);
-    result.status = WIFEXITED(ended) ? WEXITSTATUS(ended) : -1;
-    return result;
+    return support::run_line(std::string(MCTL_PROGRAM) + " " + words);
 }
 
 // Settings directories laid over each other, for as long as the object lives.
-class settings
+class settings : public support::scratch_directory
 {
   public:
-    explicit settings(const std::vector<std::string> &layers)
+    explicit settings(const std::vector<std::string> &layers) : scratch_directory("settings")
     {
-        std::string pattern = std::filesystem::temp_directory_path() / "settings-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("mkdtemp");
-        path = pattern;
+        using std::filesystem::copy_options;
         for (const std::string &layer : layers)
-            std::filesystem::copy(std::string(MCFG_SOURCE_DIR) + "/" + layer, path,
-                                  std::filesystem::copy_options::recursive |
-                                      std::filesystem::copy_options::overwrite_existing);
+            std::filesystem::copy(std::string(MCFG_SOURCE_DIR) + "/" + layer, path(),
+                                  copy_options::recursive | copy_options::overwrite_existing);
     }
-    ~settings() { std::filesystem::remove_all(path); }
-    settings(const settings &) = delete;
-    settings &operator=(const settings &) = delete;
 
-    void write(const std::string &name, const std::string &content) const
+    said check(const std::string &options = "") const
     {
-        std::ofstream(path + name, std::ios::binary) << content;
+        return mctl("check " + options + " --root " + path().string());
     }
-
-    std::string path;
 };
 
 struct right_case {
@@ -68,14 +44,14 @@ struct right_case {
     std::vector<std::string> warnings; // up to their codes
 };
 
-class right_settings : public ::testing::TestWithParam<right_case>
+class right_settings : public testing::TestWithParam<right_case>
 {
 };
 
 TEST_P(right_settings, have_no_error_and_no_other_warning)
 {
     settings tree(GetParam().layers);
-    outcome seen = mctl("check --root " + tree.path);
+    said seen = tree.check();
     EXPECT_EQ(seen.status, 0);
     std::vector<std::string> lines = support::lines_of(seen.text);
     ASSERT_EQ(lines.size(), GetParam().warnings.size() + 1) << seen.text;
@@ -90,7 +66,7 @@ constexpr char RESTS[] = "/etc/default/ppp-peers:2:auto: warning: never-dialled"
 constexpr char HANGS[] = "/etc/default/ip_filter:7:MAC_FILTER_ENABLE: warning: mss-bypassed";
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(all, right_settings, ::testing::Values(
+INSTANTIATE_TEST_SUITE_P(rows, right_settings, testing::Values(
     right_case{"router", {"examples/router"}, {RESTS}},
     right_case{"pppoe", {"examples/router", "examples/pppoe"}, {HANGS}},
     right_case{"static_wan", {"examples/router", "lab/settings/static-wan"}, {RESTS}},
@@ -101,7 +77,7 @@ INSTANTIATE_TEST_SUITE_P(all, right_settings, ::testing::Values(
     // The provider's lease brings the route, which the settings cannot tell.
     right_case{"l2tp", {"examples/router", "lab/settings/l2tp"},
                {"/etc/default/ppp-peers:2:server: warning: server-route"}}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 // clang-format on
 
 constexpr char BAD_RULES[] =
@@ -111,7 +87,7 @@ TEST(mctl_check, sums_up_and_ends_with_1_for_an_error)
 {
     settings tree({"examples/router", "lab/settings/no-tunnels"});
     tree.write("/etc/default/rules", BAD_RULES);
-    outcome seen = mctl("check --root " + tree.path);
+    said seen = tree.check();
     EXPECT_EQ(seen.status, 1);
     EXPECT_EQ(
         seen.text,
@@ -127,7 +103,7 @@ TEST(mctl_check, writes_json)
 {
     settings tree({"examples/router", "lab/settings/no-tunnels"});
     tree.write("/etc/default/rules", BAD_RULES);
-    outcome seen = mctl("check --json --root " + tree.path);
+    said seen = tree.check("--json");
     EXPECT_EQ(seen.status, 1);
     json_t *array = json_loads(seen.text.c_str(), 0, nullptr);
     ASSERT_EQ(json_array_size(array), 2U) << seen.text;
@@ -155,7 +131,7 @@ TEST(mctl_check, writes_json)
 TEST(mctl_check, writes_json_of_nothing)
 {
     settings tree({"examples/router", "lab/settings/no-tunnels"});
-    EXPECT_EQ(mctl("check --json --root " + tree.path).text, "[]\n");
+    EXPECT_EQ(tree.check("--json").text, "[]\n");
 }
 
 TEST(mctl_check, shows_no_secret)
@@ -167,7 +143,7 @@ TEST(mctl_check, shows_no_secret)
                                              std::string(70, 's') + " - - - -\n");
     tree.write("/etc/nvram/1", "BssidNum=1\nSSID1=a\nAuthMode=WPA2PSK\nEncrypType=AES\n"
                                "WPAPSK1=s3cret\n");
-    std::string text = mctl("check --root " + tree.path).text;
+    std::string text = tree.check().text;
     EXPECT_NE(text.find("auth-key"), std::string::npos) << text;
     EXPECT_EQ(text.find("s3cret"), std::string::npos) << text;
     EXPECT_EQ(text.find("llll"), std::string::npos) << text;
@@ -187,7 +163,8 @@ TEST(mctl_check, takes_ten_thousand_entries_in_a_second)
     tree.write("/etc/default/macfilter_list", devices);
     tree.write("/etc/default/url_filter", "");
     // Of the processor's time: others may be at work here.
-    outcome seen = mctl("check --root " + tree.path + " && true; s=$?; times | tail -n 1; exit $s");
+    said seen =
+        mctl("check --root " + tree.path().string() + " && true; s=$?; times | tail -n 1; exit $s");
     EXPECT_EQ(seen.status, 0);
     std::vector<std::string> lines = support::lines_of(seen.text);
     ASSERT_EQ(lines.size(), 2U) << seen.text;
@@ -201,19 +178,19 @@ struct usage_case {
     int status;
 };
 
-class mctl_usage : public ::testing::TestWithParam<usage_case>
+class mctl_usage : public testing::TestWithParam<usage_case>
 {
 };
 
 TEST_P(mctl_usage, ends_with_its_status)
 {
-    outcome seen = mctl(std::string("2>&1 ") + GetParam().words);
+    said seen = mctl(std::string("2>&1 ") + GetParam().words);
     EXPECT_EQ(seen.status, GetParam().status);
     EXPECT_NE(seen.text, "");
 }
 
 // clang-format off
-INSTANTIATE_TEST_SUITE_P(all, mctl_usage, ::testing::Values(
+INSTANTIATE_TEST_SUITE_P(rows, mctl_usage, testing::Values(
     usage_case{"nothing", "", 2},
     usage_case{"help", "--help", 0},
     usage_case{"other_command", "cheque", 2},
@@ -222,7 +199,7 @@ INSTANTIATE_TEST_SUITE_P(all, mctl_usage, ::testing::Values(
     usage_case{"no_such_directory", "check --root /nowhere", 2},
     usage_case{"a_file", "check --root /proc/self/status", 2},
     usage_case{"full_device", "check --root / > /dev/full", 2}),
-    [](const auto &row) { return row.param.name; });
+    support::row_name);
 // clang-format on
 
 } // namespace
