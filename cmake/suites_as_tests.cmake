@@ -1,8 +1,8 @@
 # mcfg_discover_suites(TARGET PREFIX)
 #
-# Gives ctest one test for each suite of a GoogleTest program that runs under emulation, named PREFIX
-# and the suite. Starting a program there takes some thirty times as long as a test, so that a start
-# for each test, as gtest_discover_tests() has it, would turn seconds into minutes.
+# Gives ctest one test for each suite of a GoogleTest program whose start is slow, named PREFIX and the
+# suite. Under emulation a start takes some thirty times as long as a test, so that a start for each test, as
+# gtest_discover_tests() has it, would turn seconds into minutes; with the sanitizers it takes most of the time.
 function(mcfg_discover_suites target prefix)
   set(suites ${CMAKE_CURRENT_BINARY_DIR}/${target}_suites.cmake)
   add_custom_command(
