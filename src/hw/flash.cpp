@@ -1,12 +1,13 @@
 #include "hw/flash.h"
 
+#include "util/ioctl_request.h"
+
 #include <fcntl.h>
 #include <stdio.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
-constexpr unsigned long READ_REQUEST = 1;
-constexpr unsigned long WRITE_REQUEST = 2;
+constexpr ioctl_request READ_REQUEST = 1;
+constexpr ioctl_request WRITE_REQUEST = 2;
 constexpr uintptr_t OUT_OF_SCOPE = 10; // driver status: the range lies outside the flash
 
 // The driver's record: six machine words, 32 bits each on the router. A read has the flash offset
@@ -20,7 +21,7 @@ struct flash_request {
 };
 static_assert(sizeof(flash_request) == 6 * sizeof(uintptr_t), "the driver reads six words");
 
-static int pass_request(unsigned long number, flash_request *request)
+static int pass_request(ioctl_request number, flash_request *request)
 {
     if (request->length > FLASH_TRANSFER_MAX) {
         fprintf(stderr, "Too many bytes - %d > %d bytes\n", static_cast<int>(request->length),

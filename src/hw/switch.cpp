@@ -1,5 +1,6 @@
 #include "hw/switch.h"
 
+#include "util/ioctl_request.h"
 #include "util/log.h"
 #include "util/text.h"
 
@@ -8,12 +9,11 @@
 #include <stddef.h>
 #include <stdio.h>
 #include <stdlib.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-constexpr unsigned long READ_REGISTER = SIOCDEVPRIVATE + 1;
-constexpr unsigned long WRITE_REGISTER = SIOCDEVPRIVATE + 2;
+constexpr ioctl_request READ_REGISTER = SIOCDEVPRIVATE + 1;
+constexpr ioctl_request WRITE_REGISTER = SIOCDEVPRIVATE + 2;
 
 int esw_fd = -1;
 
@@ -84,7 +84,7 @@ void switch_fini()
 }
 
 // Pass the record to the driver. On failure reports it and closes the switch.
-static int pass_request(unsigned long number, switch_register *record)
+static int pass_request(ioctl_request number, switch_register *record)
 {
     ifreq request = {};
     text_set(request.ifr_name, "eth2");

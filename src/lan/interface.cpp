@@ -1,11 +1,11 @@
 #include "lan/interface.h"
 
 #include "lan/inet_request.h"
+#include "util/ioctl_request.h"
 
 #include <net/if.h>
 #include <netinet/in.h>
 #include <string.h>
-#include <sys/ioctl.h>
 
 constexpr int RAW_PROTOCOL = 255;
 
@@ -20,7 +20,7 @@ static int set_flags(int fd, ifreq *request, int flags)
     return ioctl(fd, SIOCSIFFLAGS, request);
 }
 
-static int set_address(int fd, ifreq *request, unsigned long number, in_addr_t address_be)
+static int set_address(int fd, ifreq *request, ioctl_request number, in_addr_t address_be)
 {
     inet_set_address(&request->ifr_addr, address_be);
     return ioctl(fd, number, request);

@@ -1,11 +1,11 @@
 #include "lan/route.h"
 
 #include "lan/inet_request.h"
+#include "util/ioctl_request.h"
 #include "util/text.h"
 
 #include <net/if.h>
 #include <net/route.h>
-#include <sys/ioctl.h>
 
 constexpr in_addr_t HOST_NETMASK_BE = 0xffffffff;
 
@@ -19,7 +19,7 @@ static unsigned short flags_of(in_addr_t gateway_be, in_addr_t netmask_be)
     return static_cast<unsigned short>(flags);
 }
 
-static int route_request(unsigned long number, const char *device, int metric,
+static int route_request(ioctl_request number, const char *device, int metric,
                          const char *destination, const char *gateway, const char *netmask)
 {
     // The kernel reads IFNAMSIZ - 1 characters of the device name, whatever its length.

@@ -1,16 +1,16 @@
 #include "util/device.h"
 
+#include "util/ioctl_request.h"
 #include "util/log.h"
 #include "util/open_file.h"
 
 #include <fcntl.h>
 #include <stdint.h>
 #include <stdio.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 // The GPIO driver's request for the levels of all input lines, as one word.
-constexpr unsigned long GPIO_READ = 2;
+constexpr ioctl_request GPIO_READ = 2;
 constexpr uint32_t WAN_TYPE_SWITCH = 1U << 11;
 
 constexpr char DEVICE_PARAMS[] = "DEVICE_NAME=UNKNOWN\n"

@@ -1,5 +1,6 @@
 #include "util/ip_query.h"
 
+#include "util/ioctl_request.h"
 #include "util/log.h"
 #include "util/text.h"
 
@@ -9,10 +10,9 @@
 #include <netinet/in.h>
 #include <stdio.h>
 #include <string.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
 
-static int query(int fd, unsigned long number, ifreq *request, const char *prefix,
+static int query(int fd, ioctl_request number, ifreq *request, const char *prefix,
                  char (&out)[QUERY_TEXT_MAX])
 {
     if (ioctl(fd, number, request) < 0) {

@@ -6,7 +6,6 @@
 #include "firewall/switches.h"
 
 #include <ctype.h>
-#include <initializer_list>
 #include <string.h>
 #include <strings.h>
 
@@ -134,11 +133,12 @@ static void judge_reach(const list_line &line, bool is_drop)
 
 void judge_rule(const list_line &line, list_memory *)
 {
+    static constexpr size_t networks[] = {RULE_SOURCE, RULE_DESTINATION};
     const char *action = line.field[RULE_ACTION];
     bool is_drop = strcmp(action, DROP_ACTION) == 0;
     if (!is_drop && strcmp(action, "ACCEPT") != 0)
         tell(line, RULE_ACTION, code::action, action);
-    for (size_t field : {RULE_SOURCE, RULE_DESTINATION}) {
+    for (size_t field : networks) {
         if (is_given(line.field[field]))
             judge_network(line, field, true);
     }

@@ -5,7 +5,6 @@
 #include "util/text.h"
 #include "wan/link_kind.h"
 
-#include <initializer_list>
 #include <string.h>
 
 enum interface_position {
@@ -164,8 +163,9 @@ static void judge_overlap(const interface_line &line, const ipv4_network &networ
 // Says which of the two is missing. Returns whether none is.
 static bool has_address(const interface_line &line)
 {
+    static constexpr size_t needed[] = {IF_ADDRESS, IF_NETMASK};
     bool has_both = true;
-    for (size_t field : {IF_ADDRESS, IF_NETMASK}) {
+    for (size_t field : needed) {
         if (is_given(line.word[field]))
             continue;
         tell(line, field, code::static_address);
@@ -190,7 +190,8 @@ static void judge_static(const interface_line &line)
 
 static void judge_unused(const interface_line &line)
 {
-    for (size_t field : {IF_ADDRESS, IF_NETMASK, IF_GATEWAY, IF_BROADCAST}) {
+    static constexpr size_t unused[] = {IF_ADDRESS, IF_NETMASK, IF_GATEWAY, IF_BROADCAST};
+    for (size_t field : unused) {
         if (is_given(line.word[field]))
             tell(line, field, code::address_unused, line.word[IF_TYPE]);
     }

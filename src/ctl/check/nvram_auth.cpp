@@ -5,7 +5,6 @@
 #include "util/text.h"
 #include "wireless/start.h"
 
-#include <initializer_list>
 #include <string.h>
 
 enum class proof : unsigned char { none, wep, passphrase, server };
@@ -101,7 +100,8 @@ static void judge_wep(const nvram_section &section, const nvram_line &line, cons
 
 static void judge_server(const nvram_section &section, const nvram_line &line, const char *mode)
 {
-    for (const char *key : {"RADIUS_Server", "RADIUS_Key"}) {
+    static constexpr const char *needed[] = {"RADIUS_Server", "RADIUS_Key"};
+    for (const char *key : needed) {
         if (!is_set(section, key))
             tell(section, line, code::auth_key, mode, key);
     }

@@ -7,7 +7,6 @@
 #include "wireless/start.h"
 
 #include <ctype.h>
-#include <initializer_list>
 #include <string.h>
 #include <strings.h>
 
@@ -40,11 +39,12 @@ struct known_key {
 
 static known_key find_key(const char *key, int (*compare)(const char *, const char *))
 {
+    static constexpr const char *numbers[] = {WSC_CONFIGURED_KEY, RADIO_OFF_KEY};
     for (const profile_row &row : profile_rows) {
         if (is_key_of(key, row.key, row.first, row.last, compare))
             return {row.key, row.how};
     }
-    for (const char *source : {WSC_CONFIGURED_KEY, RADIO_OFF_KEY}) {
+    for (const char *source : numbers) {
         if (compare(key, source) == 0)
             return {source, profile_form::number};
     }

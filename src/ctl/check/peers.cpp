@@ -7,7 +7,6 @@
 #include "wan/tunnels.h"
 
 #include <ctype.h>
-#include <initializer_list>
 #include <string.h>
 
 // Positions in the line; those in the tables are counted after the type.
@@ -207,7 +206,8 @@ static void judge_words(const peer_line &line, word_list list)
 
 static const char *field_at(const peer_type &type, size_t position)
 {
-    for (word_list list : {list_of(common_words), type.words}) {
+    const word_list lists[] = {list_of(common_words), type.words};
+    for (const word_list &list : lists) {
         for (size_t i = 0; i < list.count; i++) {
             if (AFTER_TYPE + list.words[i].position == position)
                 return list.words[i].key;
