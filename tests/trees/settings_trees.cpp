@@ -14,13 +14,13 @@ namespace settings_trees
 namespace
 {
 
-constexpr char DIRECTORY[] = "/etc/default/";
-
 void lay_over(tree *settings, const std::string &directory)
 {
-    for (const auto &entry : std::filesystem::directory_iterator(directory + DIRECTORY)) {
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(directory + "/etc")) {
+        if (!entry.is_regular_file())
+            continue;
         std::ifstream file(entry.path(), std::ios::binary);
-        (*settings)[DIRECTORY + entry.path().filename().string()] = {
+        (*settings)[entry.path().string().substr(directory.size())] = {
             std::istreambuf_iterator<char>(file), {}};
     }
 }
@@ -249,6 +249,35 @@ void put_usual_word(place *p)
     p->put_words();
 }
 
+// Of a KEY=VALUE file, or the whole of a line that has no "=".
+void put_usual_value(place *p)
+{
+    // clang-format off
+    static const char *const usual[] = {
+        "", "0", "1", "2", "3", "8", "-1", "01", "1;0", "a name", "12345678", "\"quoted\"",
+        "0123456789012345678901234567890123",
+        "OPEN", "SHARED", "WPAPSK", "WPA2", "WPA2PSK;OPEN", "AES", "TKIP;NONE",
+        "00:0A:EB:11:22:31", "\"00:0A:EB:11:22:FF\"", "0:a:eb:11:22:31",
+        "00:00:00:00:00:01;AA:00:00:00:00:02",
+        "CET-1CEST,M3.5.0,M10.5.0/3", "CET-1CEST,M13.5.0,M10.5.0/3", "EST5EDT", "<+0530>-5:30",
+        "NZST-12NZDT,M9.5.0,M4.1.0/3", "Europe/Berlin",
+    };
+    // clang-format on
+    size_t at = p->text().find('=');
+    at = at == std::string::npos ? 0 : at + 1;
+    p->text() = p->text().substr(0, at) + usual[p->random->roll(sizeof(usual) / sizeof(usual[0]))];
+}
+
+// The key of another line, for the value of this one.
+void swap_keys(place *p)
+{
+    std::string &other = p->lines[p->other_line()];
+    size_t at = p->text().find('=');
+    size_t other_at = other.find('=');
+    if (at != std::string::npos && other_at != std::string::npos)
+        p->text() = other.substr(0, other_at) + p->text().substr(at);
+}
+
 struct named_change {
     const char *name;
     change apply;
@@ -283,6 +312,8 @@ const named_change changes[] = {
     {"empty", empty_file},
     {"strange word", put_strange_word},
     {"usual word", put_usual_word},
+    {"usual value", put_usual_value},
+    {"other key", swap_keys},
 };
 // clang-format on
 
