@@ -138,7 +138,7 @@ class router_test : public support::unit_test
             const link_status &link = status.link[i];
             for (size_t n = 0; n < link.reasons; n++)
                 found.push_back(std::string(shown_name(link)) + " " + state_name(link.state) +
-                                ": " + row_of(link.reason_of[n].id).name);
+                                ": " + text_of(link.reason_of[n].id).name);
         }
         forget_look(&at);
         return found;

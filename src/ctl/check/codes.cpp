@@ -549,9 +549,24 @@ static constexpr bool is_in_order()
 }
 static_assert(is_in_order(), "a code's row is the one that its number leads to");
 
-const code_row &row_of(code id)
+struct code_texts {
+    code_text of[CODES];
+};
+
+static constexpr code_texts take_texts()
 {
-    return code_rows[static_cast<size_t>(id)];
+    code_texts texts = {};
+    for (size_t i = 0; i < CODES; i++)
+        texts.of[i] = {code_rows[i].how_bad, code_rows[i].name, code_rows[i].text,
+                       code_rows[i].cure};
+    return texts;
+}
+
+static constexpr code_texts texts = take_texts();
+
+const code_text &text_of(code id)
+{
+    return texts.of[static_cast<size_t>(id)];
 }
 
 const char *severity_name(severity how_bad)

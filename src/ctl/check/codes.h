@@ -166,6 +166,14 @@ struct code_row {
 constexpr size_t CODES = 126;
 extern const code_row code_rows[CODES];
 
-const code_row &row_of(code id);
+// What the program shows of a row. The rest is for the manual, and takes no room in the program.
+struct code_text {
+    severity how_bad;
+    const char *name;
+    const char *text;
+    const char *cure;
+};
+
+const code_text &text_of(code id);
 
 const char *severity_name(severity how_bad);

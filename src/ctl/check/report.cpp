@@ -1,5 +1,6 @@
 #include "ctl/check/report.h"
 
+#include "ctl/fill_in.h"
 #include "util/text.h"
 
 #include <string.h>
@@ -24,22 +25,6 @@ static void make_printable(char (&to)[SHOWN_MAX], const char *from)
     }
 }
 
-// A code's text with what the finding tells in its places.
-static void fill_in(char (&to)[TEXT_MAX], const char *text, const char *first, const char *second)
-{
-    to[0] = '\0';
-    while (*text != '\0') {
-        bool is_first = strncmp(text, "{1}", 3) == 0;
-        if (is_first || strncmp(text, "{2}", 3) == 0) {
-            text_append(to, is_first ? first : second);
-            text += 3;
-        } else {
-            char letter[2] = {*text++, '\0'};
-            text_append(to, letter);
-        }
-    }
-}
-
 static void put_json_text(FILE *out, const char *text)
 {
     fputc('"', out);
@@ -57,7 +42,7 @@ static void put_json_member(FILE *out, const char *name, const char *text)
     put_json_text(out, text);
 }
 
-static void put_json(report *r, unsigned line, const char *field, const code_row &row,
+static void put_json(report *r, unsigned line, const char *field, const code_text &row,
                      const char *text, const char *cure)
 {
     bool is_first = r->errors + r->warnings == 1;
@@ -70,13 +55,13 @@ static void put_json(report *r, unsigned line, const char *field, const code_row
     fputc('}', r->out);
 }
 
-static void show(report *r, unsigned line, const char *field, const code_row &row,
+static void show(report *r, unsigned line, const char *field, const code_text &row,
                  const char *first, const char *second)
 {
     char text[TEXT_MAX];
     char cure[TEXT_MAX];
-    fill_in(text, row.text, first, second);
-    fill_in(cure, row.cure, first, second);
+    fill_in(text, sizeof(text), row.text, first, second);
+    fill_in(cure, sizeof(cure), row.cure, first, second);
     if (r->is_json)
         put_json(r, line, field, row, text, cure);
     else
@@ -87,7 +72,7 @@ static void show(report *r, unsigned line, const char *field, const code_row &ro
 void find(report *r, unsigned line, const char *field, code id, const char *first,
           const char *second)
 {
-    const code_row &row = row_of(id);
+    const code_text &row = text_of(id);
     bool is_error = row.how_bad == severity::error;
     if (r->in_file++ >= FINDINGS_SHOWN && id != code::too_many)
         return;

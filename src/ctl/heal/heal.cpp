@@ -65,7 +65,7 @@ static bool has_mendable(const router_status &status)
 {
     for (size_t i = 0; i < status.links; i++) {
         for (size_t n = 0; n < status.link[i].reasons; n++) {
-            if (row_of(status.link[i].reason_of[n].id).is_healed)
+            if (text_of(status.link[i].reason_of[n].id).is_healed)
                 return true;
         }
     }

@@ -17,7 +17,7 @@ void add_reason(link_status *link, reason id, const char *detail)
     if (link->reasons == REASONS_OF_LINK_MAX)
         return;
     if (link->reasons == 0)
-        link->state = row_of(id).state;
+        link->state = text_of(id).state;
     found_reason &found = link->reason_of[link->reasons++];
     found.id = id;
     text_set(found.detail, detail);

@@ -1,4 +1,5 @@
 #include "config/json_access.h"
+#include "ctl/fill_in.h"
 #include "ctl/status/status.h"
 #include "util/text.h"
 
@@ -104,11 +105,11 @@ static void print_reasons(FILE *out, const link_status &link)
 {
     for (size_t i = 0; i < link.reasons; i++) {
         const found_reason &found = link.reason_of[i];
-        const reason_row &row = row_of(found.id);
+        const reason_text &row = text_of(found.id);
         char text[REASON_TEXT_MAX];
-        fill_in_reason(text, row.text, found.detail);
+        fill_in(text, sizeof(text), row.text, found.detail);
         fprintf(out, "%s: %s: %s\n", shown_name(link), row.name, text);
-        fill_in_reason(text, row.cure, found.detail);
+        fill_in(text, sizeof(text), row.cure, found.detail);
         fprintf(out, "    cure: %s\n", text);
     }
 }

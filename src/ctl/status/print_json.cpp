@@ -1,4 +1,5 @@
 #include "config/json_access.h"
+#include "ctl/fill_in.h"
 #include "ctl/status/status.h"
 
 #include <stdlib.h>
@@ -12,13 +13,13 @@ static json_t *make_reasons(const link_status &link)
 {
     json_t *list = json_array();
     for (size_t i = 0; i < link.reasons; i++) {
-        const reason_row &row = row_of(link.reason_of[i].id);
+        const reason_text &row = text_of(link.reason_of[i].id);
         char text[REASON_TEXT_MAX];
         json_t *found = json_object();
         set_text(found, "code", row.name);
-        fill_in_reason(text, row.text, link.reason_of[i].detail);
+        fill_in(text, sizeof(text), row.text, link.reason_of[i].detail);
         set_text(found, "text", text);
-        fill_in_reason(text, row.cure, link.reason_of[i].detail);
+        fill_in(text, sizeof(text), row.cure, link.reason_of[i].detail);
         set_text(found, "cure", text);
         json_object_set_new(found, "healed", json_boolean(row.is_healed));
         json_array_append_new(list, found);

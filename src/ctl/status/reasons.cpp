@@ -1,9 +1,5 @@
 #include "ctl/status/reasons.h"
 
-#include "util/text.h"
-
-#include <string.h>
-
 // clang-format off
 constexpr reason_row reason_rows[REASONS] = {
 
@@ -107,23 +103,24 @@ constexpr bool is_in_order()
 }
 static_assert(is_in_order());
 
-const reason_row &row_of(reason id)
+struct reason_texts {
+    reason_text of[REASONS];
+};
+
+static constexpr reason_texts take_texts()
 {
-    return reason_rows[static_cast<size_t>(id)];
+    reason_texts texts = {};
+    for (size_t i = 0; i < REASONS; i++)
+        texts.of[i] = {reason_rows[i].name, reason_rows[i].state, reason_rows[i].is_healed,
+                       reason_rows[i].text, reason_rows[i].cure};
+    return texts;
 }
 
-void fill_in_reason(char (&out)[REASON_TEXT_MAX], const char *text, const char *detail)
+static constexpr reason_texts texts = take_texts();
+
+const reason_text &text_of(reason id)
 {
-    out[0] = '\0';
-    while (*text != '\0') {
-        if (strncmp(text, "{1}", 3) == 0) {
-            text_append(out, detail);
-            text += 3;
-            continue;
-        }
-        const char letter[] = {*text++, '\0'};
-        text_append(out, letter);
-    }
+    return texts.of[static_cast<size_t>(id)];
 }
 
 const char *state_name(link_state state)

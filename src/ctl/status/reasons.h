@@ -54,10 +54,16 @@ struct reason_row {
 constexpr size_t REASONS = 21;
 extern const reason_row reason_rows[REASONS];
 
-const reason_row &row_of(reason id);
+// What the program shows of a row. The rest is for the manual, and takes no room in the program.
+struct reason_text {
+    const char *name;
+    link_state state;
+    bool is_healed;
+    const char *text;
+    const char *cure;
+};
+
+const reason_text &text_of(reason id);
 
 constexpr size_t REASON_DETAIL_MAX = 80;
-constexpr size_t REASON_TEXT_MAX = 256;
-
-// Write text, of a row, into out, with detail in its places.
-void fill_in_reason(char (&out)[REASON_TEXT_MAX], const char *text, const char *detail);
+constexpr size_t REASON_TEXT_MAX = 256; // with the detail

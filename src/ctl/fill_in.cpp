@@ -1,0 +1,20 @@
+#include "ctl/fill_in.h"
+
+#include "util/text.h"
+
+#include <string.h>
+
+void fill_in(char *out, size_t room, const char *text, const char *first, const char *second)
+{
+    out[0] = '\0';
+    while (*text != '\0') {
+        bool is_first = strncmp(text, "{1}", 3) == 0;
+        if (is_first || strncmp(text, "{2}", 3) == 0) {
+            text_append(out, room, is_first ? first : second);
+            text += 3;
+        } else {
+            const char letter[] = {*text++, '\0'};
+            text_append(out, room, letter);
+        }
+    }
+}
