@@ -7,6 +7,7 @@
 #include "support/texts.h"
 #include "support/unit_test.h"
 
+#include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <string>
@@ -85,8 +86,21 @@ class router_test : public support::unit_test
     void cable(const std::string &name)
     {
         ip("link add " + name + " type veth peer name " + name + "p");
-        ip("link set " + name + "p up");
         ip("link set " + name + " up");
+        set_carrier(name, true);
+    }
+
+    // The kernel tells of it a moment later, up to a second.
+    void set_carrier(const std::string &name, bool is_there)
+    {
+        ip("link set " + name + "p " + (is_there ? "up" : "down"));
+        for (int i = 0; i < 500; i++) {
+            std::string shown = world.in_network({"ip", "link", "show", name});
+            if ((shown.find("NO-CARRIER") == std::string::npos) == is_there)
+                return;
+            poll(nullptr, 0, 20);
+        }
+        throw std::runtime_error(name + ": the carrier does not change");
     }
 
     pid_t run_daemon(const std::string &name, const std::string &pid_file,

@@ -134,10 +134,10 @@ TEST_F(status_reason, interface_down)
 TEST_F(status_reason, no_carrier)
 {
     lease();
-    ip("link set vlan2p down");
+    set_carrier("vlan2", false);
     expect({"WAN down: no-carrier"});
     EXPECT_EQ(heal(1), "");
-    ip("link set vlan2p up");
+    set_carrier("vlan2", true);
     expect({});
 }
 
