@@ -212,6 +212,6 @@ void judge_own_address(const nvram_section &section, const nvram_line &line)
         return;
     char text[NETWORK_TEXT_MAX];
     format_network(text, {lan.network.address, 0xffffffff});
-    *strchr(text, '/') = '\0';
+    text[strcspn(text, "/")] = '\0';
     tell(section, line, code::own_address, text);
 }
