@@ -130,6 +130,80 @@ void trace_failure(const char *text, int error)
     line_free(&whole);
 }
 
+// musl does not tell the names of errors and signals. These are those that tests have to do with;
+// an error that is not among them shows as a number.
+#ifndef __GLIBC__
+static const char *strerrorname_np(int error)
+{
+    static const char *const names[] = {
+        [EPERM] = "EPERM",
+        [ENOENT] = "ENOENT",
+        [ESRCH] = "ESRCH",
+        [EINTR] = "EINTR",
+        [EIO] = "EIO",
+        [ENXIO] = "ENXIO",
+        [E2BIG] = "E2BIG",
+        [ENOEXEC] = "ENOEXEC",
+        [EBADF] = "EBADF",
+        [ECHILD] = "ECHILD",
+        [EAGAIN] = "EAGAIN",
+        [ENOMEM] = "ENOMEM",
+        [EACCES] = "EACCES",
+        [EFAULT] = "EFAULT",
+        [EBUSY] = "EBUSY",
+        [EEXIST] = "EEXIST",
+        [EXDEV] = "EXDEV",
+        [ENODEV] = "ENODEV",
+        [ENOTDIR] = "ENOTDIR",
+        [EISDIR] = "EISDIR",
+        [EINVAL] = "EINVAL",
+        [ENFILE] = "ENFILE",
+        [EMFILE] = "EMFILE",
+        [ENOTTY] = "ENOTTY",
+        [ETXTBSY] = "ETXTBSY",
+        [EFBIG] = "EFBIG",
+        [ENOSPC] = "ENOSPC",
+        [ESPIPE] = "ESPIPE",
+        [EROFS] = "EROFS",
+        [EMLINK] = "EMLINK",
+        [EPIPE] = "EPIPE",
+        [EDOM] = "EDOM",
+        [ERANGE] = "ERANGE",
+        [EDEADLK] = "EDEADLK",
+        [ENAMETOOLONG] = "ENAMETOOLONG",
+        [ENOLCK] = "ENOLCK",
+        [ENOSYS] = "ENOSYS",
+        [ENOTEMPTY] = "ENOTEMPTY",
+        [ELOOP] = "ELOOP",
+        [EOPNOTSUPP] = "EOPNOTSUPP",
+        [EADDRINUSE] = "EADDRINUSE",
+        [EADDRNOTAVAIL] = "EADDRNOTAVAIL",
+        [ENETDOWN] = "ENETDOWN",
+        [ENETUNREACH] = "ENETUNREACH",
+        [ECONNRESET] = "ECONNRESET",
+        [ENOBUFS] = "ENOBUFS",
+        [ETIMEDOUT] = "ETIMEDOUT",
+        [ECONNREFUSED] = "ECONNREFUSED",
+        [EHOSTUNREACH] = "EHOSTUNREACH",
+    };
+    bool is_known = error >= 0 && (size_t)error < sizeof names / sizeof *names;
+    return is_known ? names[error] : NULL;
+}
+
+static const char *sigabbrev_np(int number)
+{
+    static const char *const names[] = {
+        [SIGHUP] = "HUP",   [SIGINT] = "INT",   [SIGQUIT] = "QUIT", [SIGILL] = "ILL",
+        [SIGTRAP] = "TRAP", [SIGABRT] = "ABRT", [SIGBUS] = "BUS",   [SIGFPE] = "FPE",
+        [SIGKILL] = "KILL", [SIGUSR1] = "USR1", [SIGSEGV] = "SEGV", [SIGUSR2] = "USR2",
+        [SIGPIPE] = "PIPE", [SIGALRM] = "ALRM", [SIGTERM] = "TERM", [SIGCHLD] = "CHLD",
+        [SIGCONT] = "CONT", [SIGSTOP] = "STOP",
+    };
+    bool is_known = number >= 0 && (size_t)number < sizeof names / sizeof *names;
+    return is_known ? names[number] : NULL;
+}
+#endif
+
 const char *error_name(int error, char digits[16])
 {
     const char *name = strerrorname_np(error);

@@ -17,6 +17,7 @@ extern "C" {
 #define BOX_COUNTS BOX_DIRECTORY "/counts" // one 32-bit number per rule: how often it was used
 #define BOX_TOOL BOX_DIRECTORY "/tool"
 #define BOX_PRELOAD BOX_DIRECTORY "/preload.so"
+#define FOREIGN_PLACE BOX_DIRECTORY "/foreign" // programs that this machine cannot start by itself
 
 // The settings that the preloaded recorder takes out again before the program sees them. A program
 // built with the address sanitizer would refuse a library that comes before the sanitizer's, and

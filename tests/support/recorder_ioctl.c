@@ -14,6 +14,13 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+// musl's prototype differs from glibc's.
+#ifdef __GLIBC__
+typedef unsigned long ioctl_request;
+#else
+typedef int ioctl_request;
+#endif
+
 static int real_ioctl(int descriptor, unsigned long request, void *argument)
 {
     static int (*real)(int, unsigned long, ...);
@@ -189,11 +196,12 @@ static bool is_device(int descriptor, char *path, size_t capacity)
     return strncmp(path, "/dev/", 5) == 0 && strcmp(path, "/dev/null") != 0;
 }
 
-int ioctl(int descriptor, unsigned long code, ...)
+int ioctl(int descriptor, ioctl_request number, ...)
 {
     char path[256];
+    unsigned long code = (unsigned)number; // as the kernel takes it
     va_list arguments;
-    va_start(arguments, code);
+    va_start(arguments, number);
     void *argument = va_arg(arguments, void *);
     va_end(arguments);
     if (box_recording == RECORDING_OFF || is_terminal_request(code))

@@ -135,7 +135,12 @@ void take_standard_streams(void)
 {
     if (!is_plan_followed())
         return;
+#ifdef __GLIBC__
     stdout = make_stream(STDOUT_FILENO, "w");
     stderr = make_stream(STDERR_FILENO, "w");
     setvbuf(stderr, NULL, _IONBF, 0);
+#else
+    dprintf(STDERR_FILENO, "recorder: this C library's streams cannot be replaced for a sweep\n");
+    _exit(125);
+#endif
 }

@@ -65,10 +65,30 @@ static const char *const library_places[] = {"/usr/lib", "/usr/lib64", "/usr/lib
                                              "/lib",     "/lib64",     "/lib32"};
 static std::map<std::string, std::string> library_links;
 
+static built_files find_files()
+{
+    built_files files = {MCFG_PROGRAM, MCFG_RECORDER_TOOL, MCFG_RECORDER_PRELOAD, ""};
+    const char *others = getenv("MCFG_BOX_PROGRAMS");
+    if (others == nullptr)
+        return files;
+    files.program = std::string(others) + "/mcfg";
+    files.preload = std::string(others) + "/librecorder_preload.so";
+    const std::string foreign = std::string(others) + "/foreign";
+    if (access(foreign.c_str(), F_OK) == 0)
+        files.foreign = foreign;
+    return files;
+}
+
 built_files &files_of_build()
 {
-    static built_files files = {MCFG_PROGRAM, MCFG_RECORDER_TOOL, MCFG_RECORDER_PRELOAD};
+    static built_files files = find_files();
     return files;
+}
+
+std::string program_of_build(const std::string &name)
+{
+    const std::string &program = files_of_build().program;
+    return program.substr(0, program.rfind('/') + 1) + name;
 }
 
 // ---- files
@@ -298,6 +318,8 @@ void mount_root(const std::string &program)
     if (program.empty())
         return;
     bind_read_only(files.preload, root, BOX_PRELOAD);
+    if (!files.foreign.empty())
+        bind_read_only(files.foreign, root, FOREIGN_PLACE);
     bind_read_only(program, root, "/sbin/mcfg");
 }
 

@@ -17,8 +17,14 @@ struct built_files {
     std::string program; // the program under test
     std::string tool;    // the recorder for outside tools
     std::string preload; // the recorder for calls of the C library, for the router box
+    std::string foreign; // what these two are started with, a directory; "" for nothing
 };
+// MCFG_BOX_PROGRAMS in the environment names a directory with other programs and another
+// librecorder_preload.so than this build's: those of another compiler, C library or processor. When
+// it has a directory "foreign", the box shows that as FOREIGN_PLACE (foreign_program.c).
 built_files &files_of_build();
+// A program of the same build, that of the name given.
+std::string program_of_build(const std::string &name);
 
 // Mounts an empty root directory and shows in it what never changes: the machine's libraries and
 // shell, process information, the recorders. Its caller is the first process of the world's process

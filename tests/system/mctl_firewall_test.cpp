@@ -26,7 +26,7 @@ size_t count(const std::string &text, const std::string &part)
 class mctl_firewall : public testing::Test
 {
   protected:
-    support::router_box box{MCTL_PROGRAM};
+    support::router_box box{support::program_of_build("mctl")};
 
     void SetUp() override
     {

@@ -1,6 +1,7 @@
 // mctl report: what is in it, how long it may be, and that no secret of the household is.
 #include "support/router_box.h"
 #include "support/texts.h"
+#include "support/world_root.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -12,7 +13,7 @@ namespace
 class mctl_report : public testing::Test
 {
   protected:
-    support::router_box box{MCTL_PROGRAM};
+    support::router_box box{support::program_of_build("mctl")};
 
     void SetUp() override
     {

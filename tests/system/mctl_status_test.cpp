@@ -3,6 +3,7 @@
 #include "support/expect.h"
 #include "support/router_box.h"
 #include "support/texts.h"
+#include "support/world_root.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -21,7 +22,7 @@ constexpr char LISTING[] = "run iptables -t nat -S\n";
 class mctl : public testing::Test
 {
   protected:
-    support::router_box box{MCTL_PROGRAM};
+    support::router_box box{support::program_of_build("mctl")};
 
     void SetUp() override
     {

@@ -1,5 +1,6 @@
 #include "support/expect.h"
 #include "support/router_box.h"
+#include "support/world_root.h"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -32,7 +33,7 @@ Params:
 class mmac : public testing::Test
 {
   protected:
-    support::router_box box{MMAC_PROGRAM};
+    support::router_box box{support::program_of_build("mmac")};
 
     // Runs the tool over a store with this content, and makes sure of what never happens.
     support::outcome run(const std::string &store, std::vector<std::string> words)
