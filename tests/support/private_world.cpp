@@ -122,10 +122,26 @@ void private_world::bind(const std::string &from, const std::string &path)
     binds.push_back(path);
 }
 
+#if __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+// User emulation does not turn the bytes of such a request, one attribute within another, for this
+// machine's kernel. So a tool of the machine makes it.
+void private_world::interface(const std::string &name)
+{
+    static int number = 0;
+    if (name.compare(0, 2, "br") == 0) {
+        in_network({"ip", "link", "add", name, "type", "bridge"});
+        return;
+    }
+    const std::string far = "far" + std::to_string(number++);
+    in_network({"ip", "link", "add", far, "type", "veth", "peer", "name", name});
+    in_network({"ip", "link", "set", far, "up"});
+}
+#else
 void private_world::interface(const std::string &name)
 {
     make_interface(name);
 }
+#endif
 
 std::string private_world::in_network(const std::vector<std::string> &command)
 {
