@@ -23,7 +23,7 @@ const target targets[] = {
     {"wireless", 768, test_wireless, "driver profile and wireless start from any NVRAM"},
     {"hotplug", 512, test_hotplug, "hotplug events with any environment and sysfs"},
     {"board", 768, test_board, "check_update with any flash; switch registers, GPIO, device files"},
-    {"clock", 128, test_clock, "update_time with any time zone"},
+    {"zone", 128, test_zone, "update_time with any time zone"},
     {"names", 256, test_names, "any program name and arguments"},
     {"quote", 700, test_quote, "shell_quote and command lines formed with it"},
 };

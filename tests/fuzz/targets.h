@@ -37,7 +37,7 @@ void test_mmac(input &parts);
 void test_wireless(input &parts);
 void test_hotplug(input &parts);
 void test_board(input &parts);
-void test_clock(input &parts);
+void test_zone(input &parts);
 void test_names(input &parts);
 void test_quote(input &parts);
 void test_peers(input &parts);

@@ -77,7 +77,7 @@ void test_board(input &parts)
     switch_fini();
 }
 
-void test_clock(input &parts)
+void test_zone(input &parts)
 {
     here.put_file("/etc/TZ", parts.next());
     here.answers = parts.next_text();
