@@ -3,6 +3,7 @@
 // shell: whatever the values hold, the words must be those of the format.
 #include "fuzz/commands.h"
 
+#include "fuzz/names.h"
 #include "fuzz/property.h"
 #include "fuzz/shell_words.h"
 #include "fuzz/world.h"
@@ -20,7 +21,7 @@ namespace
 {
 
 // The only lines that are more than a simple command. No value has a place in them.
-constexpr const char *whole_lines[] = {
+constexpr std::string_view whole_lines[] = {
     "echo 0 > /proc/sys/net/ipv4/ip_forward",
     "export -p > /tmp/ppp-down-env",
     "export -p > /tmp/ppp-up-env",
@@ -29,7 +30,7 @@ constexpr const char *whole_lines[] = {
     "export -p >> /tmp/hotplug_usb",
 };
 
-constexpr const char *commands[] = {
+constexpr std::string_view commands[] = {
     "/etc/init.d/scripts/3g",
     "/etc/init.d/scripts/dnsmasq.rc",
     "/etc/init.d/scripts/resolv",
@@ -55,7 +56,7 @@ constexpr const char *commands[] = {
     "vconfig",
 };
 
-constexpr const char *tools[] = {
+constexpr std::string_view tools[] = {
     "/etc/init.d/scripts/resolv",
     "brctl",
     "iptables",
@@ -67,10 +68,10 @@ constexpr const char *tools[] = {
     "xl2tpd",
 };
 
-template <size_t N> bool is_among(const char *const (&list)[N], const std::string &text)
+template <size_t N> bool is_among(const std::string_view (&list)[N], std::string_view text)
 {
-    for (const char *row : list) {
-        if (text == row)
+    for (std::string_view row : list) {
+        if (is_same(text, row))
             return true;
     }
     return false;
@@ -97,7 +98,7 @@ class expectation
             else if (*c == '%')
                 add_value(*++c, args);
             else
-                add(std::string(1, *c));
+                add(std::string_view(c, 1));
         }
         end_word();
         return words;
@@ -116,7 +117,7 @@ class expectation
             add(value);
     }
 
-    void add(const std::string &text)
+    void add(std::string_view text)
     {
         word += text;
         is_open = true;
@@ -125,7 +126,7 @@ class expectation
     void end_word()
     {
         if (is_open)
-            words.push_back(word);
+            words.push_back(std::move(word));
         word.clear();
         is_open = false;
     }
@@ -205,14 +206,13 @@ int seen_shell_format(const char *format, ...)
     va_copy(again, args);
     here.expected = fuzz::expectation().of(format, again);
     va_end(again);
-    char *line = nullptr;
-    int length = vasprintf(&line, format, args);
+    char line[2 * SHELL_LINE_MAX]; // what is beyond that is cut off here or there
+    int length = vsnprintf(line, sizeof(line), format, args);
     va_end(args);
     here.is_cut = length >= static_cast<int>(SHELL_LINE_MAX);
     here.is_expecting = true;
     int result = real_shell_format("%s", line);
     here.is_expecting = false;
-    free(line);
     return result;
 }
 

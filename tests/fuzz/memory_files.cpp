@@ -1,5 +1,6 @@
 #include "fuzz/memory_files.h"
 
+#include "fuzz/names.h"
 #include "fuzz/property.h"
 
 #include <cerrno>
@@ -19,6 +20,7 @@ constexpr int FIRST_DESCRIPTOR = 3;
 constexpr int DESCRIPTORS_MAX = 64;
 constexpr int LINKS_MAX = 8;
 constexpr int ROOT = 0;
+constexpr int NO_NODE = -1;
 
 constexpr const char *directories[] = {
     "/dev",
@@ -46,8 +48,25 @@ constexpr const char *directories[] = {
 
 constexpr const char *devices[] = {"/dev/gpio", "/dev/flash0"};
 
+// A path, or with "*" in it what stands before and behind that.
+struct own_place {
+    std::string_view head;
+    std::string_view tail;
+    bool has_star;
+
+    constexpr own_place(const char *text) : head(text), tail(), has_star(false)
+    {
+        size_t star = head.find('*');
+        if (star == std::string_view::npos)
+            return;
+        has_star = true;
+        tail = head.substr(star + 1);
+        head = head.substr(0, star);
+    }
+};
+
 // Where the program creates, changes and removes files. "*" is any text without a "/".
-constexpr const char *own_places[] = {
+constexpr own_place own_places[] = {
     "/var/run/Config",
     "/var/run/state_link",
     "/var/run/net-state",
@@ -76,18 +95,25 @@ constexpr const char *own_places[] = {
     "/media/sd*",
 };
 
-bool matches(const char *pattern, const char *path)
+bool has_slash(std::string_view text)
 {
-    const char *star = strchr(pattern, '*');
-    if (star == nullptr)
-        return strcmp(pattern, path) == 0;
-    size_t head = static_cast<size_t>(star - pattern);
-    size_t tail = strlen(star + 1);
-    size_t length = strlen(path);
-    if (length < head + tail || strncmp(pattern, path, head) != 0 ||
-        strcmp(path + length - tail, star + 1) != 0)
+    for (char c : text) {
+        if (c == '/')
+            return true;
+    }
+    return false;
+}
+
+bool matches(const own_place &pattern, std::string_view path)
+{
+    if (!pattern.has_star)
+        return is_same(pattern.head, path);
+    size_t head = pattern.head.size();
+    size_t tail = pattern.tail.size();
+    if (path.size() < head + tail || !is_same(path.substr(0, head), pattern.head) ||
+        !is_same(path.substr(path.size() - tail), pattern.tail))
         return false;
-    return memchr(path + head, '/', length - head - tail) == nullptr;
+    return !has_slash(path.substr(head, path.size() - head - tail));
 }
 
 int fail_with(int error)
@@ -98,55 +124,92 @@ int fail_with(int error)
 
 } // namespace
 
-int memory_files::add(kind what, int parent, const std::string &name, mode_t mode)
+int memory_files::add(kind what, int parent, std::string_view name, mode_t mode)
 {
     if (used == nodes.size())
         nodes.emplace_back();
-    node &added = nodes[used];
+    int index = static_cast<int>(used++);
+    node &added = nodes[static_cast<size_t>(index)];
     added.what = what;
-    added.parent = parent;
     added.is_there = true;
     added.mode = mode;
+    added.first_child = NO_NODE;
     added.name = name;
     added.data.clear();
-    return static_cast<int>(used++);
+    link_child(index, parent);
+    return index;
+}
+
+void memory_files::link_child(int index, int parent)
+{
+    node &linked = nodes[static_cast<size_t>(index)];
+    linked.parent = parent;
+    linked.next_child = NO_NODE;
+    if (index == ROOT)
+        return;
+    linked.next_child = nodes[static_cast<size_t>(parent)].first_child;
+    nodes[static_cast<size_t>(parent)].first_child = index;
+}
+
+void memory_files::unlink_child(int index)
+{
+    const node &unlinked = nodes[static_cast<size_t>(index)];
+    int *link = &nodes[static_cast<size_t>(unlinked.parent)].first_child;
+    while (*link != index)
+        link = &nodes[static_cast<size_t>(*link)].next_child;
+    *link = unlinked.next_child;
+}
+
+// The first nodes are those of a booted router, and stay.
+void memory_files::stand()
+{
+    add(kind::directory, ROOT, "", 0755);
+    for (const char *path : directories)
+        create(path, kind::directory, 0755, "");
+    for (const char *path : devices)
+        create(path, kind::device, 0600, "");
+    for (node &row : nodes)
+        row.first_standing_child = row.first_child;
+    standing = used;
+    descriptors.resize(DESCRIPTORS_MAX);
+    followed.resize(LINKS_MAX + 1);
 }
 
 void memory_files::reset()
 {
     change_count = 0;
     room = SIZE_MAX;
-    if (standing == 0) {
-        add(kind::directory, ROOT, "", 0755);
-        for (const char *path : directories)
-            create(path, kind::directory, 0755, "");
-        for (const char *path : devices)
-            create(path, kind::device, 0600, "");
-        standing = used;
-        descriptors.resize(DESCRIPTORS_MAX);
-    }
+    if (standing == 0)
+        stand();
     used = standing;
-    for (size_t i = 0; i < standing; i++)
+    for (size_t i = 0; i < standing; i++) {
         nodes[i].is_there = true;
+        nodes[i].first_child = nodes[i].first_standing_child;
+    }
     for (descriptor &row : descriptors)
         row.node = -1;
 }
 
-int memory_files::child(int directory, const std::string &name) const
+int memory_files::child(int directory, std::string_view name) const
 {
-    for (size_t i = 1; i < used; i++) {
-        const node &candidate = nodes[i];
-        if (candidate.parent == directory && candidate.is_there && candidate.name == name)
-            return static_cast<int>(i);
+    int index = nodes[static_cast<size_t>(directory)].first_child;
+    while (index != NO_NODE) {
+        const node &candidate = nodes[static_cast<size_t>(index)];
+        if (candidate.is_there && is_same(candidate.name, name))
+            break;
+        index = candidate.next_child;
     }
-    return -1;
+    return index;
 }
 
 std::string memory_files::full_path(int index) const
 {
-    std::string path;
-    for (; index != ROOT; index = nodes[static_cast<size_t>(index)].parent)
-        path = "/" + nodes[static_cast<size_t>(index)].name + path;
+    if (index == ROOT)
+        return "";
+    const node &last = nodes[static_cast<size_t>(index)];
+    std::string path = full_path(last.parent);
+    path += '/';
+    path += last.name;
     return path;
 }
 
@@ -156,7 +219,7 @@ bool memory_files::is_directory(int index) const
 }
 
 // One step on the way from here. Returns 0, or the error that ends the way.
-int memory_files::step(place *here, const std::string &name) const
+int memory_files::step(place *here, std::string_view name) const
 {
     if (here->node < 0)
         return ENOENT;
@@ -164,14 +227,14 @@ int memory_files::step(place *here, const std::string &name) const
         return ENOTDIR;
     if (name.size() > NAME_MAX)
         return ENAMETOOLONG;
-    if (name == "..")
+    if (is_same(name, ".."))
         here->node = nodes[static_cast<size_t>(here->node)].parent;
-    else if (name != ".")
+    else if (!is_same(name, "."))
         *here = {child(here->node, name), here->node, name};
     return 0;
 }
 
-memory_files::place memory_files::resolve(const std::string &path, bool follow, int depth)
+memory_files::place memory_files::resolve(std::string_view path, bool follow, int depth)
 {
     const place nowhere = {-1, -1, ""};
     place here = {ROOT, ROOT, ""};
@@ -179,16 +242,20 @@ memory_files::place memory_files::resolve(const std::string &path, bool follow, 
     if (depth > LINKS_MAX)
         error = ELOOP;
     size_t start = path.find_first_not_of('/');
-    while (error == 0 && start != std::string::npos) {
+    while (error == 0 && start != std::string_view::npos) {
         size_t end = std::min(path.find('/', start), path.size());
         error = step(&here, path.substr(start, end - start));
         start = path.find_first_not_of('/', end);
-        bool is_last = start == std::string::npos;
+        bool is_last = start == std::string_view::npos;
         if (error != 0 || here.node < 0)
             continue;
         const node &found = nodes[static_cast<size_t>(here.node)];
-        if (found.what == kind::link && (follow || !is_last))
-            return resolve(found.data + path.substr(end), follow, depth + 1);
+        if (found.what == kind::link && (follow || !is_last)) {
+            std::string &led_to = followed[static_cast<size_t>(depth)];
+            led_to = found.data;
+            led_to += path.substr(end);
+            return resolve(led_to, follow, depth + 1);
+        }
     }
     if (error == 0 && here.node >= 0 && path.back() == '/' && !is_directory(here.node))
         error = ENOTDIR;
@@ -196,12 +263,14 @@ memory_files::place memory_files::resolve(const std::string &path, bool follow, 
     return error != 0 ? nowhere : here;
 }
 
-void memory_files::check_change(int directory, const std::string &name)
+void memory_files::check_change(int directory, std::string_view name)
 {
     change_count++;
-    const std::string path = full_path(directory) + "/" + name;
-    for (const char *pattern : own_places) {
-        if (matches(pattern, path.c_str()))
+    std::string path = full_path(directory);
+    path += '/';
+    path += name;
+    for (const own_place &pattern : own_places) {
+        if (matches(pattern, path))
             return;
     }
     violated("a change outside of the program's own places: %s", path.c_str());
@@ -221,16 +290,16 @@ int memory_files::create(const char *path, kind what, mode_t mode, const char *d
     return 0;
 }
 
-void memory_files::put(const std::string &path, const std::string &content)
+void memory_files::put(std::string_view path, std::string_view content)
 {
     place where = resolve(path, false);
     if (where.directory < 0)
-        violated("no place for the file %s", path.c_str());
+        violated("no place for the file %s", std::string(path).c_str());
     int made = where.node >= 0 ? where.node : add(kind::file, where.directory, where.name, 0644);
     nodes[static_cast<size_t>(made)].data = content;
 }
 
-void memory_files::put_link(const std::string &path, const std::string &target)
+void memory_files::put_link(std::string_view path, const std::string &target)
 {
     place where = resolve(path, false);
     if (where.directory < 0)
@@ -239,7 +308,7 @@ void memory_files::put_link(const std::string &path, const std::string &target)
     nodes[static_cast<size_t>(made)].data = target.c_str();
 }
 
-void memory_files::spoil(const std::string &path)
+void memory_files::spoil(std::string_view path)
 {
     place where = resolve(path, false);
     if (where.node > ROOT)
@@ -248,7 +317,7 @@ void memory_files::spoil(const std::string &path)
         add(kind::directory, where.directory, where.name, 0755);
 }
 
-const std::string *memory_files::read(const std::string &path)
+const std::string *memory_files::read(std::string_view path)
 {
     int found = find(path);
     bool is_file = found >= 0 && nodes[static_cast<size_t>(found)].what == kind::file;
@@ -356,11 +425,10 @@ int memory_files::truncate(int fd)
 
 bool memory_files::is_empty(int directory) const
 {
-    for (size_t i = 1; i < used; i++) {
-        if (nodes[i].parent == directory && nodes[i].is_there)
-            return false;
-    }
-    return true;
+    int index = nodes[static_cast<size_t>(directory)].first_child;
+    while (index != NO_NODE && !nodes[static_cast<size_t>(index)].is_there)
+        index = nodes[static_cast<size_t>(index)].next_child;
+    return index == NO_NODE;
 }
 
 int memory_files::remove(const char *path, kind unwanted, int error, bool is_directory)
@@ -394,12 +462,13 @@ int memory_files::rename(const char *from, const char *to)
     place target = resolve(to, false);
     if (source.node < 0 || target.directory < 0)
         return -1;
-    check_change(source.directory, source.name);
+    node &moved = nodes[static_cast<size_t>(source.node)];
+    check_change(moved.parent, moved.name);
     check_change(target.directory, target.name);
     if (target.node >= 0)
         nodes[static_cast<size_t>(target.node)].is_there = false;
-    node &moved = nodes[static_cast<size_t>(source.node)];
-    moved.parent = target.directory;
+    unlink_child(source.node);
+    link_child(source.node, target.directory);
     moved.name = target.name;
     return 0;
 }

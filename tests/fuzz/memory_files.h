@@ -6,6 +6,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 #include <vector>
 
@@ -19,21 +20,21 @@ class memory_files
     void reset();
 
     // Put a file there, whatever the program may do at that place. Its directory must exist.
-    void put(const std::string &path, const std::string &content);
+    void put(std::string_view path, std::string_view content);
 
     // Put a symbolic link to target there. Nothing may be in its place.
-    void put_link(const std::string &path, const std::string &target);
+    void put_link(std::string_view path, const std::string &target);
 
     // Take away what is at path, or make a directory where nothing is.
-    void spoil(const std::string &path);
+    void spoil(std::string_view path);
 
     // Let only so many more bytes be written: the disk is full then.
     void set_room(size_t bytes) { room = bytes; }
 
     // Its content, or null when there is no such file.
-    const std::string *read(const std::string &path);
+    const std::string *read(std::string_view path);
 
-    bool exists(const std::string &path) { return find(path) >= 0; }
+    bool exists(std::string_view path) { return find(path) >= 0; }
 
     // The system calls. Descriptors begin with 3; results as the calls themselves have them, with
     // errno.
@@ -68,6 +69,9 @@ class memory_files
         int parent;
         bool is_there;
         mode_t mode;
+        int first_child;          // the last one added comes first
+        int first_standing_child; // as it was when the router had booted
+        int next_child;           // of the same parent
         std::string name;
         std::string data; // what is in a file; where a link leads to
     };
@@ -77,19 +81,22 @@ class memory_files
         int flags = 0;
     };
     struct place {
-        int node;      // -1 when it is not there
-        int directory; // -1 when it cannot be there: errno says why
-        std::string name;
+        int node;              // -1 when it is not there
+        int directory;         // -1 when it cannot be there: errno says why
+        std::string_view name; // part of the path, or of the last link followed
     };
 
-    int child(int directory, const std::string &name) const;
-    int add(kind what, int parent, const std::string &name, mode_t mode);
+    int child(int directory, std::string_view name) const;
+    int add(kind what, int parent, std::string_view name, mode_t mode);
     bool is_directory(int node) const;
-    int step(place *here, const std::string &name) const;
-    place resolve(const std::string &path, bool follow, int depth = 0);
-    int find(const std::string &path) { return resolve(path, true).node; }
+    int step(place *here, std::string_view name) const;
+    place resolve(std::string_view path, bool follow, int depth = 0);
+    int find(std::string_view path) { return resolve(path, true).node; }
     std::string full_path(int node) const;
-    void check_change(int directory, const std::string &name);
+    void link_child(int node, int parent);
+    void unlink_child(int node);
+    void stand();
+    void check_change(int directory, std::string_view name);
     int create(const char *path, kind what, mode_t mode, const char *data);
     int remove(const char *path, kind unwanted, int error, bool is_directory);
     bool is_empty(int directory) const;
@@ -101,6 +108,7 @@ class memory_files
     size_t room = 0;
     size_t standing = 0; // the nodes of a booted router come first
     std::vector<descriptor> descriptors;
+    std::vector<std::string> followed; // paths that links have led to, by their depth
 };
 
 } // namespace fuzz

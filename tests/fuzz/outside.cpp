@@ -1,7 +1,10 @@
 #include "fuzz/outside.h"
 
 #include "fuzz/commands.h"
+#include "fuzz/guarded_memory.h"
+#include "fuzz/names.h"
 #include "fuzz/property.h"
+#include "fuzz/streams.h"
 #include "fuzz/world.h"
 
 #include <algorithm>
@@ -17,10 +20,10 @@
 #include <fcntl.h>
 #include <ifaddrs.h>
 #include <jansson.h>
-#include <map>
 #include <net/if.h>
 #include <net/route.h>
 #include <netinet/in.h>
+#include <stdio_ext.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -43,69 +46,6 @@ std::jmp_buf child_ending;
 bool is_in_child = false;
 mode_t file_mask = 022;
 
-// Memory of documents, which the program leaves to the end of its process.
-struct block {
-    block *next;
-    block *previous;
-};
-
-block blocks = {&blocks, &blocks};
-
-void *take_memory(size_t size)
-{
-    auto *taken = static_cast<block *>(malloc(sizeof(block) + size));
-    if (taken == nullptr)
-        return nullptr;
-    *taken = {blocks.next, &blocks};
-    blocks.next->previous = taken;
-    blocks.next = taken;
-    return taken + 1;
-}
-
-void give_memory(void *memory)
-{
-    if (memory == nullptr)
-        return;
-    block *given = static_cast<block *>(memory) - 1;
-    given->next->previous = given->previous;
-    given->previous->next = given->next;
-    free(given);
-}
-
-// Room of their own for the streams' buffers, which the C library would take memory for each time.
-constexpr size_t STREAMS_MAX = 64;
-constexpr size_t BUFFER_SIZE = 1024;
-char buffers[STREAMS_MAX][BUFFER_SIZE];
-std::vector<FILE *> streams;
-std::map<FILE *, int> stream_descriptors; // also of streams long closed
-
-ssize_t read_stream(void *cookie, char *buffer, size_t size)
-{
-    return here.files.read(static_cast<int>(reinterpret_cast<intptr_t>(cookie)), buffer, size);
-}
-
-ssize_t write_stream(void *cookie, const char *buffer, size_t size)
-{
-    ssize_t count =
-        here.files.write(static_cast<int>(reinterpret_cast<intptr_t>(cookie)), buffer, size);
-    return count < 0 ? 0 : count; // which is an error to the C library
-}
-
-int close_stream(void *cookie)
-{
-    return here.files.close(static_cast<int>(reinterpret_cast<intptr_t>(cookie)));
-}
-
-FILE *make_stream(int fd, const char *mode)
-{
-    cookie_io_functions_t calls = {read_stream, write_stream, nullptr, close_stream};
-    FILE *stream = fopencookie(reinterpret_cast<void *>(static_cast<intptr_t>(fd)), mode, calls);
-    setvbuf(stream, buffers[fd % static_cast<int>(STREAMS_MAX)], _IOFBF, BUFFER_SIZE);
-    streams.push_back(stream);
-    stream_descriptors[stream] = fd;
-    return stream;
-}
-
 ssize_t write_output(void *, const char *buffer, size_t size)
 {
     here.standard_output.append(buffer, size);
@@ -119,8 +59,10 @@ ssize_t write_nowhere(void *, const char *, size_t size)
 
 FILE *make_output(cookie_write_function_t *write)
 {
-    json_set_alloc_funcs(take_memory, give_memory);
-    return fopencookie(nullptr, "w", {nullptr, write, nullptr, nullptr});
+    json_set_alloc_funcs(fuzz::take_guarded, fuzz::give_guarded);
+    FILE *stream = fopencookie(nullptr, "w", {nullptr, write, nullptr, nullptr});
+    __fsetlocking(stream, FSETLOCKING_BYCALLER); // there is no other thread
+    return stream;
 }
 
 [[noreturn]] void end_process(int status)
@@ -218,11 +160,8 @@ std::jmp_buf *process_end()
 
 void release_outside()
 {
-    for (FILE *stream : streams)
-        fclose(stream);
-    streams.clear();
-    while (blocks.next != &blocks)
-        give_memory(blocks.next + 1);
+    release_streams();
+    release_guarded();
     is_in_child = false;
     file_mask = 022;
 }
@@ -382,8 +321,8 @@ int seen_run_words(const char *const argv[])
 char *outside_getenv(const char *name)
 {
     for (auto &variable : here.environment) {
-        if (variable.first == name)
-            return &variable.second[0];
+        if (fuzz::is_same(variable.first, name))
+            return variable.second;
     }
     return nullptr;
 }
@@ -500,28 +439,22 @@ FILE *outside_fopen(const char *path, const char *mode)
 {
     int flags = mode[0] == 'r' ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
     int fd = outside_open(path, flags, 0666);
-    return fd < 0 ? nullptr : make_stream(fd, mode[0] == 'r' ? "r" : "w");
+    return fd < 0 ? nullptr : fuzz::open_stream_on(fd, mode[0] != 'r');
 }
 
 FILE *outside_fdopen(int fd, const char *mode)
 {
-    return make_stream(fd, mode[0] == 'r' ? "r" : "w");
+    return fuzz::open_stream_on(fd, mode[0] != 'r');
 }
 
 int outside_fclose(FILE *stream)
 {
-    for (size_t i = streams.size(); i-- > 0;) {
-        if (streams[i] == stream) {
-            streams.erase(streams.begin() + static_cast<std::ptrdiff_t>(i));
-            return fclose(stream);
-        }
-    }
-    violated("a stream closed that is not open");
+    return fuzz::close_stream(stream);
 }
 
 int outside_fileno(FILE *stream)
 {
-    return stream_descriptors[stream];
+    return fuzz::descriptor_of(stream);
 }
 
 int outside_dup2(int, int to)
@@ -693,12 +626,22 @@ json_t *outside_json_load_file(const char *path, size_t flags, json_error_t *err
     return load(path, flags, error);
 }
 
+// In a few pieces: the library would take each character from the stream by a call of its own.
+json_t *outside_json_loadf(FILE *stream, size_t flags, json_error_t *error)
+{
+    std::string text;
+    char piece[4096];
+    for (size_t count; (count = fread(piece, 1, sizeof(piece), stream)) > 0;)
+        text.append(piece, count);
+    return json_loadb(text.data(), text.size(), flags, error);
+}
+
 // The text is its caller's, to be given back with free().
 char *outside_json_dumps(const json_t *root, size_t flags)
 {
     char *text = json_dumps(root, flags);
     char *own = text != nullptr ? strdup(text) : nullptr;
-    give_memory(text);
+    fuzz::give_guarded(text);
     return own;
 }
 

@@ -1,5 +1,8 @@
 #include "fuzz/shell_words.h"
 
+#include <climits>
+#include <utility>
+
 namespace fuzz
 {
 
@@ -13,15 +16,29 @@ bool is_blank(char c)
 
 // Characters that stand for more than themselves outside of quotes. "~" and "#" do so only at the
 // start of a word, but none of our lines needs them elsewhere either.
+constexpr std::string_view SPECIAL = "\n;&|<>()`$*?[]#~{}!\"";
+
+struct character_set {
+    bool has[UCHAR_MAX + 1] = {};
+};
+
+// Looked up for each character of each line: a search would be most of what a target does.
+constexpr character_set special_characters = [] {
+    character_set set;
+    for (char c : SPECIAL)
+        set.has[static_cast<unsigned char>(c)] = true;
+    return set;
+}();
+
 bool is_special(char c)
 {
-    return std::string("\n;&|<>()`$*?[]#~{}!\"").find(c) != std::string::npos;
+    return special_characters.has[static_cast<unsigned char>(c)];
 }
 
 class splitter
 {
   public:
-    splitter(const std::string &line, std::vector<std::string> *found) : rest(line), words(found) {}
+    splitter(std::string_view line, std::vector<std::string> *found) : rest(line), words(found) {}
 
     line_kind split()
     {
@@ -51,7 +68,7 @@ class splitter
             end_word();
             return line_kind::words;
         }
-        add(std::string(1, c));
+        add(std::string_view(&c, 1));
         return line_kind::words;
     }
 
@@ -65,7 +82,7 @@ class splitter
         return line_kind::words;
     }
 
-    void add(const std::string &text)
+    void add(std::string_view text)
     {
         word += text;
         is_open = true; // '' is a word too
@@ -74,12 +91,12 @@ class splitter
     void end_word()
     {
         if (is_open)
-            words->push_back(word);
+            words->push_back(std::move(word));
         word.clear();
         is_open = false;
     }
 
-    const std::string &rest;
+    std::string_view rest;
     std::vector<std::string> *words;
     size_t position = 0;
     std::string word;
@@ -88,7 +105,7 @@ class splitter
 
 } // namespace
 
-line_kind split_line(const std::string &line, std::vector<std::string> *words)
+line_kind split_line(std::string_view line, std::vector<std::string> *words)
 {
     words->clear();
     return splitter(line, words).split();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace fuzz
@@ -16,6 +17,6 @@ enum class line_kind {
 
 // Split line into the words that a shell would hand to the command, quotes taken off. words is
 // whole only for line_kind::words.
-line_kind split_line(const std::string &line, std::vector<std::string> *words);
+line_kind split_line(std::string_view line, std::vector<std::string> *words);
 
 } // namespace fuzz

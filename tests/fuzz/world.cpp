@@ -1,5 +1,7 @@
 #include "fuzz/world.h"
 
+#include "fuzz/guarded_memory.h"
+#include "fuzz/lines.h"
 #include "fuzz/outside.h"
 #include "main/programs.h"
 #include "platform/nvram.h"
@@ -9,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <jansson.h>
-#include <sstream>
 
 namespace fuzz
 {
@@ -32,11 +33,10 @@ unsigned world::answer()
     return next < answers.size() ? static_cast<unsigned char>(answers[next++]) : 0;
 }
 
-// A C text ends at its first NUL, so that is all of a variable that there can be.
 void world::set_variable(const std::string &name, const std::string *value)
 {
     if (value != nullptr)
-        environment.emplace_back(name, value->c_str());
+        environment.emplace_back(name, guarded_text(*value));
 }
 
 void world::put_file(const std::string &path, const std::string *content)
@@ -49,8 +49,9 @@ void world::obstruct(const std::string *places)
 {
     if (places == nullptr)
         return;
-    std::istringstream list(*places);
-    for (std::string path; std::getline(list, path);) {
+    std::string_view rest = *places;
+    for (std::string_view line; next_line(&rest, &line);) {
+        const std::string path(line);
         char *end = nullptr;
         size_t room = strtoul(path.c_str(), &end, 10);
         if (end != path.c_str())
@@ -89,15 +90,8 @@ int run(const std::function<int()> &routine)
 
 int run_program_with(const std::vector<std::string> &words)
 {
-    std::vector<std::string> own;
-    for (const std::string &word : words)
-        own.emplace_back(word.c_str());
-    std::vector<char *> argv;
-    for (std::string &word : own)
-        argv.push_back(&word[0]);
-    argv.push_back(nullptr);
-    int argc = static_cast<int>(own.size());
-    return run([&] { return run_program(argc, argv.data()); });
+    char **argv = guarded_words(words);
+    return run([&] { return run_program(static_cast<int>(words.size()), argv); });
 }
 
 static bool is_valid(const char *path)

@@ -20,7 +20,7 @@ namespace fuzz
 
 struct world {
     memory_files files;
-    std::vector<std::pair<std::string, std::string>> environment;
+    std::vector<std::pair<std::string, char *>> environment;
 
     // What calls that can go either way give: each takes the next character. 0, and the end, mean
     // that it goes well.

@@ -1,11 +1,13 @@
 // mctl check of any settings: it changes nothing, says what it finds in printable lines, and the
 // same in JSON, and its status tells whether an error is among it.
 #include "ctl/mctl.h"
+#include "fuzz/guarded_memory.h"
+#include "fuzz/lines.h"
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 
 #include <jansson.h>
-#include <sstream>
+#include <string_view>
 
 namespace fuzz
 {
@@ -40,18 +42,15 @@ struct findings {
 };
 
 // What the program says with these words; its status must tell whether there are errors.
-std::string output_of(std::vector<std::string> words, int *status)
+std::string output_of(const std::vector<std::string> &words, int *status)
 {
-    std::vector<char *> argv;
-    for (std::string &word : words)
-        argv.push_back(&word[0]);
-    argv.push_back(nullptr);
+    char **argv = guarded_words(words);
     here.standard_output.clear();
-    *status = run([&] { return mctl_main(static_cast<int>(words.size()), argv.data()); });
+    *status = run([&] { return mctl_main(static_cast<int>(words.size()), argv); });
     return here.standard_output;
 }
 
-bool is_printable(const std::string &line)
+bool is_printable(std::string_view line)
 {
     for (char c : line) {
         if (c < ' ' || c > '~')
@@ -63,21 +62,20 @@ bool is_printable(const std::string &line)
 findings findings_of_text(const std::string &text)
 {
     findings found = {0, 0};
-    std::istringstream lines(text);
-    std::string line;
-    std::string last;
-    while (std::getline(lines, line)) {
+    std::string_view rest = text;
+    std::string_view last;
+    for (std::string_view line; next_line(&rest, &line);) {
         if (!is_printable(line))
-            violated("a line that is not printable: %s", line.c_str());
-        found.errors += line.find(": error: ") != std::string::npos ? 1 : 0;
-        found.warnings += line.find(": warning: ") != std::string::npos ? 1 : 0;
+            violated("a line that is not printable: %s", std::string(line).c_str());
+        found.errors += line.find(": error: ") != line.npos ? 1 : 0;
+        found.warnings += line.find(": warning: ") != line.npos ? 1 : 0;
         last = line;
     }
     const std::string sum =
         std::to_string(found.errors) + (found.errors == 1 ? " error" : " errors") + ", " +
         std::to_string(found.warnings) + (found.warnings == 1 ? " warning" : " warnings");
     if (last != sum)
-        violated("\"%s\" for %s", last.c_str(), sum.c_str());
+        violated("\"%s\" for %s", std::string(last).c_str(), sum.c_str());
     return found;
 }
 

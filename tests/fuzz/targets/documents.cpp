@@ -1,5 +1,6 @@
 // Access to any document by any path, and the link records of any store.
 #include "config/json_access.h"
+#include "fuzz/guarded_memory.h"
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 #include "util/link_state.h"
@@ -91,12 +92,12 @@ void test_documents(input &parts)
     documents_check documents;
 
     json_t *root = load(document);
-    json_t *found = get_object_by_path(root, path.c_str());
+    json_t *found = get_object_by_path(root, guarded_text(path));
     if (root == nullptr && found != nullptr)
         violated("something in no document");
     unsigned index = 0;
     const json_t *element =
-        find_object_from_array_by_param(found, key.c_str(), value.c_str(), &index);
+        find_object_from_array_by_param(found, guarded_text(key), guarded_text(value), &index);
     if (element != nullptr && json_array_get(found, index) != element)
         violated("an element at another position");
     iface_params iface;

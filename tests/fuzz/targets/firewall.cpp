@@ -1,10 +1,10 @@
 // firewall_update from any arguments, switches and lists: three rule files, each a whole table with
 // one rule a line, unless an entry of a list whose fields keep their line ends bears one.
+#include "fuzz/lines.h"
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 
-#include <cstring>
-#include <sstream>
+#include <string_view>
 
 namespace fuzz
 {
@@ -31,20 +31,20 @@ constexpr table tables[] = {
     {"/tmp/mangle_rules", "*mangle", "iptables-restore /tmp/mangle_rules"},
 };
 
-constexpr const char *starts[] = {"-A ", "-I ", ":", "*", "COMMIT"};
+constexpr std::string_view starts[] = {"-A ", "-I ", ":", "*", "COMMIT"};
 
 // The lists whose fields keep their line ends write into these chains. A line that such a field
 // ends is gone on with a blank, or with what stands behind a field of a port forward.
-constexpr const char *broken_chains[] = {"-A FORWARD  ", "-A INPUT  ", "-A VSERVER "};
+constexpr std::string_view broken_chains[] = {"-A FORWARD  ", "-A INPUT  ", "-A VSERVER "};
 
-bool begins_with(const std::string &text, const char *beginning)
+bool begins_with(std::string_view text, std::string_view beginning)
 {
-    return text.compare(0, strlen(beginning), beginning) == 0;
+    return text.substr(0, beginning.size()) == beginning;
 }
 
-template <size_t N> bool begins_with_one(const std::string &text, const char *const (&list)[N])
+template <size_t N> bool begins_with_one(std::string_view text, const std::string_view (&list)[N])
 {
-    for (const char *row : list) {
+    for (std::string_view row : list) {
         if (begins_with(text, row))
             return true;
     }
@@ -58,41 +58,44 @@ class line_check
 
     void check(const std::string &text)
     {
-        std::istringstream lines(text);
-        std::string line;
-        std::string last;
-        for (size_t number = 0; std::getline(lines, line); number++) {
+        std::string_view rest = text;
+        std::string_view line;
+        for (size_t number = 0; next_line(&rest, &line); number++) {
             if (number == 0 && line != checked.name)
-                violated("%s begins with %s", checked.path, line.c_str());
+                violated("%s begins with %s", checked.path, std::string(line).c_str());
             check_line(line);
-            last = line;
         }
-        if (last != "COMMIT" || text.back() != '\n')
-            violated("%s ends with %s", checked.path, last.c_str());
+        if (line != "COMMIT" || text.back() != '\n')
+            violated("%s ends with %s", checked.path, std::string(line).c_str());
     }
 
   private:
-    void check_line(const std::string &line)
+    void refuse(std::string_view line) const
+    {
+        violated("a line of %s that is no rule: %s", checked.path, std::string(line).c_str());
+    }
+
+    void check_line(std::string_view line)
     {
         if (line.empty() || line[0] == ' ' || (line[0] == ':' && is_in_broken && !is_chain(line))) {
             if (!is_in_broken)
-                violated("a line of %s that is no rule: %s", checked.path, line.c_str());
+                refuse(line);
             return;
         }
         if (!begins_with_one(line, starts))
-            violated("a line of %s that is no rule: %s", checked.path, line.c_str());
+            refuse(line);
         is_in_broken = begins_with_one(line, broken_chains) || is_cut_by_schedule(line);
         if (line[0] == '-' && !is_in_broken && line.find(" -j ") == std::string::npos)
-            violated("a rule of %s without a target: %s", checked.path, line.c_str());
+            violated("a rule of %s without a target: %s", checked.path, std::string(line).c_str());
     }
 
     // A time span of seven digits that ends its line has its line end for the eighth.
-    static bool is_cut_by_schedule(const std::string &line)
+    static bool is_cut_by_schedule(std::string_view line)
     {
         return line.find(" --timestop ") != line.npos && line.find(" --days ") == line.npos;
     }
 
-    static bool is_chain(const std::string &line) { return line.find(" [0:0]") != line.npos; }
+    static bool is_chain(std::string_view line) { return line.find(" [0:0]") != line.npos; }
 
     const table &checked;
     bool is_in_broken = false;

@@ -1,6 +1,8 @@
 // NVRAM files: what is set reads back, the rest stays, and a file that is written again is the
 // same.
 #include "platform/nvram.h"
+#include "fuzz/guarded_memory.h"
+#include "fuzz/lines.h"
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 #include "util/mmac.h"
@@ -10,7 +12,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <sstream>
 
 namespace fuzz
 {
@@ -30,9 +31,9 @@ class section_model
         std::replace(rest.begin(), rest.end(), '\0', '\n');
         if (rest.size() > SECTION_MAX)
             rest.clear();
-        std::istringstream stream(rest);
-        for (std::string line; std::getline(stream, line);)
-            lines.push_back(line);
+        std::string_view text_left = rest;
+        for (std::string_view line; next_line(&text_left, &line);)
+            lines.emplace_back(line);
     }
 
     std::string get(const std::string &key) const
@@ -85,7 +86,7 @@ void set_one(int section, const std::string &path, const std::string &key, const
     const std::string before = content_of(path);
     bool is_pair = !key.empty() && key.find_first_of("=\n") == std::string::npos &&
                    value.find('\n') == std::string::npos;
-    int result = nvram_bufset(section, key.c_str(), value.c_str());
+    int result = nvram_bufset(section, guarded_text(key), guarded_text(value));
     if (result == 0) {
         model.set(key, value);
         expect_same(content_of(path), model.text());
@@ -97,7 +98,7 @@ void set_one(int section, const std::string &path, const std::string &key, const
             violated("a setting refused: %d", result);
     }
     if (!here.is_obstructed && (before.size() <= SECTION_MAX || result == 0))
-        expect_same(nvram_bufget(section, key.c_str()), model.get(key));
+        expect_same(nvram_bufget(section, guarded_text(key)), model.get(key));
     if (!here.is_obstructed && here.files.exists(path + ".new"))
         violated("the file beside stays");
 }
@@ -130,7 +131,8 @@ void test_nvram(input &parts)
     here.put_file(path, fill(content, parts.next_text()));
     here.obstruct(parts.next());
     nvram_init(section);
-    expect_same(nvram_get(section, first.c_str()), section_model(content_of(path)).get(first));
+    expect_same(nvram_get(section, guarded_text(first)),
+                section_model(content_of(path)).get(first));
     set_one(section, path, first, value);
     set_one(section, path, second, value + value);
     set_one(section, path, second, "");
@@ -147,12 +149,9 @@ void test_mmac(input &parts)
     std::vector<std::string> words = {"mmac"};
     for (const std::string *word = parts.next(); word != nullptr; word = parts.next())
         words.emplace_back(word->c_str());
-    std::vector<char *> argv;
-    for (std::string &word : words)
-        argv.push_back(&word[0]);
-    argv.push_back(nullptr);
+    char **argv = guarded_words(words);
     section_model before(content_of("/etc/nvram/0"));
-    int status = run([&] { return mmac_main(static_cast<int>(words.size()), argv.data()); });
+    int status = run([&] { return mmac_main(static_cast<int>(words.size()), argv); });
     if (status != 0 && status != 1)
         violated("status %d of mmac", status);
     section_model after(content_of("/etc/nvram/0"));
@@ -166,9 +165,10 @@ void test_mmac(input &parts)
 // Every line of the profile is a key with its value, and a key's text is that of NVRAM.
 static void check_profile(const std::string &text, const section_model &model)
 {
-    std::istringstream lines(text);
-    std::string line;
-    for (size_t number = 0; std::getline(lines, line); number++) {
+    std::string_view rest = text;
+    std::string_view text_of_line;
+    for (size_t number = 0; next_line(&rest, &text_of_line); number++) {
+        const std::string line(text_of_line);
         if (number < 2)
             continue; // the driver's head
         size_t equals = line.find('=');

@@ -1,6 +1,7 @@
 // The option files of the daemons that dial: read by the daemons' own rules, a peer file has the
 // options that it should have, each with its one value, and none besides, whatever the settings
 // hold.
+#include "fuzz/lines.h"
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 #include "util/text.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <sstream>
 #include <sys/stat.h>
 
 namespace fuzz
@@ -202,10 +202,11 @@ constexpr const char *xl2tpd_lines[] = {
 
 void check_xl2tpd_file(const std::string &text, const ppp_params &params)
 {
-    std::istringstream stream(text);
-    std::string line;
+    std::string_view rest = text;
+    std::string_view text_of_line;
     size_t number = 0;
-    for (; std::getline(stream, line); number++) {
+    for (; next_line(&rest, &text_of_line); number++) {
+        const std::string line(text_of_line);
         const std::string known = number < 10 ? xl2tpd_lines[number] : "no line";
         bool has_value = !known.empty() && known.back() == ' ';
         if (has_value ? line.compare(0, known.size(), known) != 0 : line != known)
