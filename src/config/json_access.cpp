@@ -44,7 +44,8 @@ json_t *load_document(const char *path)
     fclose(file);
     if (json_memory_failed()) {
         json_decref(root);
-        return nullptr;
+        root = nullptr;
+        watch_json_memory(); // what is built without this document is whole
     }
     if (had_failed)
         note_failed_allocation();

@@ -17,7 +17,8 @@ void write_document(const char *tag, const json_t *root, const char *path);
 
 // Load the JSON file path. Returns a new document, owned by the caller, or null when the file is
 // missing, cannot be read, does not parse, or memory did not suffice for all of it. Nothing is
-// logged. Watches the memory (util/json_memory.h) and keeps what had failed before in mind.
+// logged. Watches the memory (util/json_memory.h) and keeps in mind only what had failed before:
+// what the caller builds without this document is whole.
 json_t *load_document(const char *path);
 
 // Load the JSON file dir/name while holding its lock file /var/lock/NAME.lock, for which at most
