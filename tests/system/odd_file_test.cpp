@@ -108,6 +108,12 @@ INSTANTIATE_TEST_SUITE_P(
                     unreadable_row{"/etc/default/wimax",
                                    {"mcfg", "set_config"},
                                    "/etc/default/wimax: Is a directory\n"},
+                    unreadable_row{"/etc/default/ip_filter",
+                                   {"firewall_update", "br0", "vlan2"},
+                                   "/etc/default/ip_filter: Is a directory\n"},
+                    unreadable_row{"/etc/default/igmp",
+                                   {"firewall_update", "br0", "vlan2"},
+                                   "/etc/default/igmp: Is a directory\n"},
                     unreadable_row{"/etc/default/upnp",
                                    {"firewall_update", "br0", "vlan2"},
                                    "/etc/default/upnp: Is a directory\n"}));
