@@ -12,9 +12,11 @@ void fill_in(char *out, size_t room, const char *text, const char *first, const 
         if (is_first || strncmp(text, "{2}", 3) == 0) {
             text_append(out, room, is_first ? first : second);
             text += 3;
-        } else {
-            const char letter[] = {*text++, '\0'};
-            text_append(out, room, letter);
+            continue;
         }
+        size_t used = strlen(out);
+        size_t plain = 1 + strcspn(text + 1, "{");
+        text_format(out + used, room - used, "%.*s", static_cast<int>(plain), text);
+        text += plain;
     }
 }

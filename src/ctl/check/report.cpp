@@ -11,18 +11,22 @@ constexpr size_t TEXT_MAX = 512;
 // from as printable ASCII.
 static void make_printable(char (&to)[SHOWN_MAX], const char *from)
 {
-    to[0] = '\0';
-    for (const char *p = from; *p != '\0'; p++) {
-        unsigned char byte = static_cast<unsigned char>(*p);
+    size_t used = 0;
+    for (; *from != '\0'; from++) {
+        unsigned char byte = static_cast<unsigned char>(*from);
         bool is_plain = byte >= ' ' && byte < 0x7f;
-        char piece[8];
-        text_format(piece, sizeof(piece), is_plain ? "%c" : "\\x%02x", byte);
-        if (strlen(to) + strlen(piece) >= SHOWN_MAX - strlen("...")) {
-            text_append(to, "...");
+        size_t width = is_plain ? 1 : strlen("\\xff");
+        if (used + width >= SHOWN_MAX - strlen("...")) {
+            text_set(to + used, SHOWN_MAX - used, "...");
             return;
         }
-        text_append(to, piece);
+        if (is_plain)
+            to[used] = *from;
+        else
+            text_format(to + used, SHOWN_MAX - used, "\\x%02x", byte);
+        used += width;
     }
+    to[used] = '\0';
 }
 
 static void put_json_text(FILE *out, const char *text)
