@@ -4,6 +4,9 @@
 #include "ctl/router_world.h"
 
 #include <fcntl.h>
+#include <fstream>
+#include <iterator>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -116,6 +119,55 @@ TEST_F(status_reason, daemon_down)
     run_daemon("pppd", "/var/run/ppp-pppoe-wan1.pid");
     expect({"wan1 dialling: not-connected"});
     EXPECT_EQ(heal(1), "");
+}
+
+// pppd without a pid file, as while it dials anew: a process with the words it is started by.
+class dialling_pppd
+{
+  public:
+    explicit dialling_pppd(const char *peer)
+    {
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        process = fork();
+        if (process == 0) {
+            dup2(ends[0], STDIN_FILENO);
+            execl("/bin/sh", "pppd", "-c", "read line", "call", peer, nullptr);
+            _exit(127);
+        }
+        close(ends[0]);
+        std::string words;
+        while (words.find("call") == std::string::npos) {
+            std::ifstream file("/proc/" + std::to_string(process) + "/cmdline");
+            words.assign(std::istreambuf_iterator<char>(file), {});
+        }
+    }
+    ~dialling_pppd()
+    {
+        close(ends[1]); // it reads the end, and ends
+        EXPECT_EQ(waitpid(process, nullptr, 0), process);
+    }
+
+  private:
+    pid_t process;
+    int ends[2];
+};
+
+TEST_F(status_reason, daemon_down_is_none_of_one_that_has_no_pid_file_while_it_dials)
+{
+    dial();
+    record("");
+    ip("link del ppp1");
+    iptables("-F PREROUTING");
+    world.remove("/var/run/ppp-pppoe-wan1.pid");
+    {
+        dialling_pppd another("wan12");
+        expect({"wan1 down: daemon-down"});
+        dialling_pppd its("wan1");
+        expect({"wan1 dialling: not-connected"});
+        EXPECT_EQ(heal(1), "");
+        EXPECT_EQ(steps(), "");
+    }
+    expect({"wan1 down: daemon-down"});
 }
 
 TEST_F(status_reason, interface_down)

@@ -24,11 +24,16 @@ static const char *daemon_of(const json_t *tunnel)
     return is_l2tp(tunnel) ? "xl2tpd" : "pppd";
 }
 
+// pppd takes its pid file away while it dials anew, for as long as that may take.
 static int find_daemon(const json_t *tunnel)
 {
+    const char *name = text_of(tunnel, "name");
     char path[PPP_PIDFILE_MAX];
-    format_ppp_pidfile(path, text_of(tunnel, "type"), text_of(tunnel, "name"));
-    return find_process(is_l2tp(tunnel) ? XL2TPD_PIDFILE : path, daemon_of(tunnel));
+    format_ppp_pidfile(path, text_of(tunnel, "type"), name);
+    int found = find_process(is_l2tp(tunnel) ? XL2TPD_PIDFILE : path, daemon_of(tunnel));
+    if (found == 0 && !is_l2tp(tunnel) && name[0] != '\0')
+        found = find_process_by_words("pppd", "call", name);
+    return found;
 }
 
 bool has_tunnel_daemon(const json_t *wan_entry)

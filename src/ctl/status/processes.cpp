@@ -2,6 +2,7 @@
 
 #include "util/text.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <limits.h>
@@ -61,20 +62,52 @@ static bool has_state(int number, char *name, size_t cap)
     return strchr("ZXx", end[2]) == nullptr;
 }
 
+// A command line: words, each with its terminator.
+struct command_words {
+    size_t length;
+    char text[PROC_TEXT_MAX];
+};
+
+static void read_words(int number, command_words *words)
+{
+    words->length = read_process_file(number, "cmdline", words->text);
+}
+
+// Null for null, to begin with the first; null behind the last.
+static const char *next_word(const command_words &words, const char *word)
+{
+    const char *next = word == nullptr ? words.text : word + strlen(word) + 1;
+    return next < words.text + words.length ? next : nullptr;
+}
+
 bool is_process(int number, const char *const names[], size_t count)
 {
     char name[64];
-    char words[PROC_TEXT_MAX];
+    command_words words;
     if (number <= 0 || !has_state(number, name, sizeof(name)))
         return false;
     if (is_named(name, names, count))
         return true;
-    size_t length = read_process_file(number, "cmdline", words);
-    const char *word = words;
-    for (int i = 0; i < WORDS_LOOKED_AT && word < words + length; i++) {
+    read_words(number, &words);
+    const char *word = next_word(words, nullptr);
+    for (int i = 0; i < WORDS_LOOKED_AT && word != nullptr; i++) {
         if (is_named(word, names, count))
             return true;
-        word += strlen(word) + 1;
+        word = next_word(words, word);
+    }
+    return false;
+}
+
+static bool has_words(int number, const char *first, const char *second)
+{
+    command_words words;
+    read_words(number, &words);
+    bool is_behind_first = false;
+    for (const char *word = next_word(words, nullptr); word != nullptr;
+         word = next_word(words, word)) {
+        if (is_behind_first && strcmp(word, second) == 0)
+            return true;
+        is_behind_first = strcmp(word, first) == 0;
     }
     return false;
 }
@@ -107,4 +140,21 @@ int find_process(const char *path, const char *name)
     int number = read_pid_file(path).number;
     const char *const names[] = {name};
     return is_process(number, names, 1) ? number : 0;
+}
+
+int find_process_by_words(const char *name, const char *first, const char *second)
+{
+    const char *const names[] = {name};
+    DIR *directory = opendir("/proc");
+    if (directory == nullptr)
+        return 0;
+    int found = 0;
+    for (dirent *entry = readdir(directory); entry != nullptr && found == 0;
+         entry = readdir(directory)) {
+        int number = to_number(entry->d_name);
+        if (number > 0 && has_words(number, first, second) && is_process(number, names, 1))
+            found = number;
+    }
+    closedir(directory);
+    return found;
 }

@@ -21,3 +21,7 @@ pid_file read_pid_file(const char *path);
 
 // The process of the pid file, when it is there and of that name; else 0.
 int find_process(const char *path, const char *name);
+
+// The process of that name that was started with these two words behind each other, or 0. Each
+// process is looked at: for daemons that have no pid file for a while.
+int find_process_by_words(const char *name, const char *first, const char *second);
