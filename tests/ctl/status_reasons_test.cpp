@@ -208,10 +208,79 @@ TEST_F(status_reason, no_address)
     lease();
     ip("address flush dev vlan2");
     expect({"WAN odd: no-address"});
+    world.on("skip kill");
     EXPECT_EQ(heal(1), "WAN: take back what is recorded of vlan2\n"
-                       "WAN: bring vlan2 up for its client\n");
+                       "WAN: end its client, which would not ask for an address again\n"
+                       "WAN: bring vlan2 up\n");
+    EXPECT_EQ(support::rests(steps(), "kill "), std::to_string(client) + " SIGTERM");
     EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n");
     expect({"WAN dialling: no-lease"});
+}
+
+// The client, which has ended, is started again at once.
+TEST_F(status_reason, no_address_of_a_client_that_ends)
+{
+    lease();
+    ip("address flush dev vlan2");
+    EXPECT_EQ(heal(1), "WAN: take back what is recorded of vlan2\n"
+                       "WAN: end its client, which would not ask for an address again\n"
+                       "WAN: start it: mcfg start_wan 1 0\n");
+}
+
+// An event that met the lock: the record is of the address before.
+TEST_F(status_reason, no_address_of_a_link_that_has_another)
+{
+    lease();
+    ip("address add 192.0.2.78/24 dev vlan2");
+    iptables("-I PREROUTING -i vlan2 -d 192.0.2.78 -j VSERVER");
+    ip("address del 192.0.2.77/24 dev vlan2");
+    ip("address add 192.0.2.78/24 dev vlan2");
+    ip("route add default via 192.0.2.1 dev vlan2 metric 101");
+    expect({"WAN odd: no-address"});
+    EXPECT_EQ(heal(), "WAN: record it with 192.0.2.78\n"
+                      "WAN: take the way from 192.0.2.77 on vlan2 into the port forwards away\n");
+    EXPECT_EQ(prerouting(), "-P PREROUTING ACCEPT\n"
+                            "-A PREROUTING -d 192.0.2.78/32 -i vlan2 -j VSERVER\n");
+    expect({});
+}
+
+TEST_F(status_reason, no_address_of_a_tunnel)
+{
+    dial();
+    ip("address flush dev ppp1");
+    expect({"wan1 odd: no-address"});
+    world.on("skip kill");
+    EXPECT_EQ(heal(1), "wan1: take back what is recorded of ppp1\n"
+                       "wan1: hang up, so that it is dialled anew\n");
+    EXPECT_EQ(support::rests(steps(), "kill "), std::to_string(pppd) + " SIGHUP");
+    expect({"wan1 dialling: not-connected"});
+}
+
+// Of one that is being dialled, only the record is wrong.
+TEST_F(status_reason, no_address_of_a_tunnel_that_is_dialled)
+{
+    dial();
+    ip("link set ppp1 down");
+    expect({"wan1 odd: no-address"});
+    EXPECT_EQ(heal(1), "wan1: take back what is recorded of ppp1\n");
+    expect({"wan1 dialling: not-connected"});
+}
+
+// Tunnels over a WAN that is gone are ended with it; over one that has its address they may work.
+TEST_F(status_reason, client_down_below_a_tunnel)
+{
+    world.write("/etc/default/ppp-peers",
+                "work l2tp 1 home@work.example.com third-secret 198.51.100.10 3\n");
+    set_config(1);
+    lease();
+    run_daemon("xl2tpd", "/var/run/xl2tpd.pid");
+    world.write(router_world::DHCP_PID, "999999\n");
+    expect({"WAN down: client-down", "work down: client-down"});
+    EXPECT_EQ(heal(1), "WAN: left alone, as its tunnels run: mcfg stop_wan 1 0, then mcfg "
+                       "start_wan 1 0\n");
+    ip("address flush dev vlan2");
+    EXPECT_EQ(heal(1), "WAN: stop it: mcfg stop_wan 1 0\nWAN: start it: mcfg start_wan 1 0\n");
+    EXPECT_EQ(steps(), "run mcfg stop_wan 1 0\nrun mcfg start_wan 1 0\n");
 }
 
 TEST_F(status_reason, not_recorded)

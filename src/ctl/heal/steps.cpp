@@ -3,7 +3,9 @@
 #include "config/json_access.h"
 #include "ctl/heal/links.h"
 #include "ctl/status/locks.h"
+#include "ctl/status/processes.h"
 #include "ctl/status/status.h"
+#include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "util/link_state.h"
 #include "util/lock.h"
@@ -14,6 +16,8 @@
 #include "wan/ppp_link.h"
 #include "wan/tunnels.h"
 
+#include <arpa/inet.h>
+#include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
 #include <string.h>
@@ -21,6 +25,7 @@
 
 constexpr char TAG[] = "mctl-heal";
 constexpr size_t STEP_MAX = 256;
+constexpr unsigned CLIENT_END_S = 15;
 
 // Tell of a step, and log it. Returns whether it is to be taken.
 [[gnu::format(printf, 3, 4)]] static bool step(const healing &h, const link_status &link,
@@ -54,19 +59,33 @@ static void undo(const healing &h, const link_status &link)
         undo_recorded_link(link.iface, link.record);
 }
 
+// The address that the link's interface has, or null when that is down or has none.
+static const in_addr_t *address_in_use(const healing &h, const link_status &link)
+{
+    const iface_view *iface = find_iface(h.at->kernel, link.iface);
+    bool is_in_use =
+        iface != nullptr && iface->is_up && iface->addresses > 0 && iface->address_be[0] != 0;
+    return is_in_use ? &iface->address_be[0] : nullptr;
+}
+
 // ---- what does not run
 
+// Tunnels over the WAN may still work through the address that it has. Without one they are stopped
+// with it, lest they run twice.
 static bool start_wan(const healing &h, const link_status &wan)
 {
     if (wan.what != subject::wan || !is_chosen(wan.entry))
         return false;
-    if (has_tunnel_daemon(wan.entry)) {
+    bool has_tunnels = has_tunnel_daemon(wan.entry);
+    if (has_tunnels && address_in_use(h, wan) != nullptr) {
         printf("%s: left alone, as its tunnels run: mcfg stop_wan %d 0, then mcfg start_wan %d 0\n",
                shown_name(wan), wan.position, wan.position);
         return false;
     }
     char position[12];
     text_format(position, sizeof(position), "%d", wan.position);
+    if (has_tunnels && step(h, wan, "stop it: mcfg stop_wan %s 0", position))
+        run_tool("mcfg", "stop_wan", position, "0");
     if (step(h, wan, "start it: mcfg start_wan %s 0", position))
         run_tool("mcfg", "start_wan", position, "0");
     return true;
@@ -124,6 +143,49 @@ static bool bring_up(const healing &h, const link_status &link, const found_reas
     return true;
 }
 
+static bool record_link(const healing &h, const link_status &link, const found_reason &found)
+{
+    if (step(h, link, "record it with %s", found.detail))
+        save_found_link(*h.at, link);
+    return true;
+}
+
+// The client takes its lease for good and would only renew it, which sets no address: so it is
+// ended, with what its last event does, and what is missing then is started next.
+static void end_client(const healing &h, const link_status &wan)
+{
+    char path[DHCP_PIDFILE_MAX];
+    format_dhcp_pidfile(path, wan.iface);
+    if (!step(h, wan, "end its client, which would not ask for an address again"))
+        return;
+    kill_pidfile_s(path, SIGTERM);
+    for (unsigned i = 0; i < CLIENT_END_S && find_process(path, "udhcpc") != 0; i++)
+        sleep(1);
+}
+
+// The same of pppd, unless it dials already. It does so again by itself; that of xl2tpd is ended,
+// and xl2tpd does it.
+static void hang_up(const healing &h, const link_status &tunnel)
+{
+    const iface_view *iface = find_iface(h.at->kernel, tunnel.iface);
+    if (iface == nullptr || !iface->is_up)
+        return;
+    char path[PPP_PIDFILE_MAX];
+    format_ppp_pidfile(path, tunnel.type, text_or_empty(json_object_get(tunnel.entry, "name")));
+    bool is_l2tp = is_type(tunnel, "l2tp");
+    if (find_process(path, "pppd") != 0 && step(h, tunnel, "hang up, so that it is dialled anew"))
+        kill_pidfile_s(path, is_l2tp ? SIGTERM : SIGHUP);
+}
+
+// What runs for a link knows nothing of an address that someone has taken away.
+static void wake_up(const healing &h, const link_status &link)
+{
+    if (link.what == subject::tunnel)
+        hang_up(h, link);
+    else if (link.what == subject::wan)
+        end_client(h, link);
+}
+
 static bool end_stray(const healing &h, const link_status &link, const found_reason &)
 {
     if (link.what == subject::lan)
@@ -132,18 +194,16 @@ static bool end_stray(const healing &h, const link_status &link, const found_rea
         return false; // its reason is that of the WAN below it
     if (link.what == subject::wan && is_type(link, "static"))
         return restart_static(h, link);
+    const in_addr_t *address_be = address_in_use(h, link);
+    if (address_be != nullptr && link.process != 0) {
+        // It came up anew, and only the record of that was lost.
+        found_reason found = {reason::not_recorded, ""};
+        inet_ntop(AF_INET, address_be, found.detail, sizeof(found.detail));
+        return record_link(h, link, found);
+    }
     undo(h, link);
-    // The end of a link takes its interface down. The client goes on asking through it.
-    if (link.process != 0 && link.what == subject::wan &&
-        step(h, link, "bring %s up for its client", link.iface))
-        ifconfig(link.iface, IFACE_UP, "0.0.0.0", nullptr);
-    return true;
-}
-
-static bool record_link(const healing &h, const link_status &link, const found_reason &found)
-{
-    if (step(h, link, "record it with %s", found.detail))
-        save_found_link(*h.at, link);
+    if (link.process != 0)
+        wake_up(h, link);
     return true;
 }
 
