@@ -91,10 +91,14 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
 
     void expect_alone()
     {
-        std::vector<std::string> good = found_with(GetParam().good);
-        std::vector<std::string> bad = without(found_with(GetParam().bad), good);
+        const std::string good_text = text_with(GetParam().good);
+        const std::string bad_text = text_with(GetParam().bad);
+        std::vector<std::string> good = findings(good_text);
+        std::vector<std::string> bad = without(findings(bad_text), good);
         ASSERT_EQ(bad.size(), 1U) << testing::PrintToString(bad);
         EXPECT_EQ(bad[0].substr(bad[0].find(':')), expected());
+        EXPECT_EQ(joined(without(support::lines_of(bad_text), support::lines_of(good_text))),
+                  expected_text());
         EXPECT_EQ(without(good, bad), good) << "the neighbour has it too";
         if (GetParam().also.empty()) {
             EXPECT_EQ(good, std::vector<std::string>());
@@ -110,12 +114,32 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
             world.write(path, content);
     }
 
-    std::vector<std::string> found_with(const std::string &content)
+    std::string text_with(const std::string &content)
     {
         for (const auto &[path, other] : GetParam().also)
             put(path, other);
         put(GetParam().file, content);
-        return findings(check().text);
+        return check().text;
+    }
+
+    static std::string joined(const std::vector<std::string> &lines)
+    {
+        std::string text;
+        for (const std::string &line : lines)
+            text += line + "\n";
+        return text;
+    }
+
+    // What is told of the row, to the letter: below its name in the fixture, up to an empty line.
+    std::string expected_text()
+    {
+        const std::string all = "\n\n" + world.fixture("ctl/check_texts");
+        const std::string head = std::string("\n\n") + GetParam().name + "\n";
+        size_t begin = all.find(head);
+        if (begin == std::string::npos)
+            return "not in the fixture";
+        begin += head.size();
+        return all.substr(begin, all.find("\n\n", begin) + 1 - begin);
     }
 
     static std::string expected()
