@@ -81,6 +81,14 @@ TEST_F(locked_load, loads_nothing_when_the_lock_cannot_be_created)
                  world.trace());
 }
 
+TEST_F(locked_load, takes_the_last_of_two_members_of_a_name)
+{
+    world.write("/var/run/Config", R"({"a": 1, "a": 2})");
+    document root(load_file_with_lock("/var/run", "Config", 15));
+    ASSERT_TRUE(root);
+    EXPECT_EQ(json_integer_value(json_object_get(root.get(), "a")), 2);
+}
+
 TEST_F(locked_load, names_the_lock_by_the_file_alone)
 {
     world.write("/tmp/Config", "{}");

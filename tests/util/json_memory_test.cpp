@@ -3,6 +3,7 @@
 #include "util/json_memory.h"
 
 #include "config/document.h"
+#include "config/json_access.h"
 #include "support/texts.h"
 #include "support/unit_test.h"
 #include "util/link_state.h"
@@ -223,6 +224,26 @@ TEST_F(little_memory, is_logged_for_a_document_that_is_not_written)
         log mcfg-set_config: stop
     )",
                  world.trace());
+}
+
+// From the first allocation to the last: a document, or none.
+TEST_F(little_memory, loads_no_part_of_a_document)
+{
+    world.write(STORE, LINKS);
+    for (long n = 0;; n++) {
+        good_allocations = n;
+        fails_for_good = false;
+        has_failed = false;
+        json_set_alloc_funcs(failing_malloc, free);
+        json_t *root = load_document(STORE);
+        json_set_alloc_funcs(malloc, free);
+        EXPECT_EQ(root == nullptr, has_failed) << n;
+        if (!has_failed) {
+            json_decref(root);
+            EXPECT_GT(n, 10);
+            return;
+        }
+    }
 }
 
 // The next document is another matter.

@@ -17,6 +17,7 @@ TEST_F(lock_file, holds_the_process_id_while_it_is_taken)
 {
     EXPECT_EQ(set_lock_on_file("state_link", 15), 1);
     EXPECT_EQ(world.read(LOCK), std::to_string(getpid()));
+    EXPECT_EQ(world.mode(LOCK), 0644U);
     EXPECT_EQ(clear_lock_on_file("state_link", 15), 1);
     EXPECT_FALSE(world.exists(LOCK));
     EXPECT_EQ(world.trace(), "");
@@ -93,6 +94,14 @@ TEST_F(lock_file, is_released_without_a_look_at_its_holder)
     world.write(LOCK, "1");
     EXPECT_EQ(clear_lock_on_file("state_link", 1), 1);
     EXPECT_FALSE(world.exists(LOCK));
+}
+
+TEST_F(lock_file, that_is_removed_was_there)
+{
+    world.write(LOCK, "1");
+    EXPECT_TRUE(remove_lock_file("state_link"));
+    EXPECT_FALSE(world.exists(LOCK));
+    EXPECT_FALSE(remove_lock_file("state_link"));
 }
 
 TEST_F(lock_file, release_without_tries_fails_and_leaves_it)

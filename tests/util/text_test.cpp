@@ -85,7 +85,26 @@ TEST(pieces, end_with_the_text_and_not_with_its_terminator)
     text_piece piece;
     EXPECT_TRUE(next_piece(&rest, " ", &piece));
     EXPECT_EQ(std::string(piece.start, piece.length), "ab");
+    const char *end = rest.start;
     EXPECT_FALSE(next_piece(&rest, " ", &piece));
+    EXPECT_EQ(rest.start, end);
+    EXPECT_EQ(rest.length, 0u);
+}
+
+TEST(pieces, may_hold_a_terminator)
+{
+    const std::string text("a\0b c", 5);
+    text_piece rest = {text.data(), text.size()};
+    text_piece piece;
+    EXPECT_TRUE(next_piece(&rest, " ", &piece));
+    EXPECT_EQ(std::string(piece.start, piece.length), std::string("a\0b", 3));
+}
+
+TEST(trimmed_length, does_not_look_before_the_text)
+{
+    const char text[] = "a \n";
+    EXPECT_EQ(trimmed_length(text + 3), 0u);
+    EXPECT_EQ(trimmed_length(text + 1), 0u);
 }
 
 TEST(ether_etoa2, writes_twelve_upper_case_digits)

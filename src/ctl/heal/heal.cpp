@@ -2,7 +2,6 @@
 
 #include "ctl/heal/steps.h"
 #include "ctl/record_lock.h"
-#include "ctl/status/judge.h"
 #include "ctl/status/look.h"
 
 #include <errno.h>

@@ -2,8 +2,7 @@
 // undoes them.
 #pragma once
 
-#include "ctl/status/link_status.h"
-#include "ctl/status/look.h"
+#include "ctl/status/judge.h"
 
 // Undo what the store holds of the link over iface, as its own end would.
 void undo_recorded_link(const char *iface, const json_t *record);

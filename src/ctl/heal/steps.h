@@ -1,8 +1,7 @@
 // The steps that mend: one routine for each reason that mctl heal takes on.
 #pragma once
 
-#include "ctl/status/link_status.h"
-#include "ctl/status/look.h"
+#include "ctl/status/judge.h"
 
 struct healing {
     const look *at;
