@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <dirent.h>
 #include <fcntl.h>
 #include <ifaddrs.h>
 #include <jansson.h>
@@ -278,6 +279,23 @@ int outside_getifaddrs(ifaddrs **list)
 }
 
 void outside_freeifaddrs(ifaddrs *) {}
+
+// Nor are there other processes.
+DIR *outside_opendir(const char *)
+{
+    errno = ENOENT;
+    return nullptr;
+}
+
+dirent *outside_readdir(DIR *)
+{
+    return nullptr;
+}
+
+int outside_closedir(DIR *)
+{
+    return 0;
+}
 
 int outside_kill(pid_t, int sig)
 {
