@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <iterator>
+#include <string.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -300,6 +301,15 @@ TEST_F(status_reason, not_recorded_of_a_tunnel)
     expect({"wan1 odd: not-recorded"});
     EXPECT_EQ(heal(), "wan1: record it with 10.9.0.10\n");
     expect({});
+    // As its own event had recorded it, but for the peer: the cable in its place has none.
+    std::string expected = router_world::PPP_RECORD;
+    expected.replace(expected.find("\"10.9.0.1\""), strlen("\"10.9.0.1\""), "null");
+    json_t *healed = json_loads(world.read(router_world::STORE).c_str(), 0, nullptr);
+    json_t *record = json_array_get(json_object_get(healed, "state_links"), 0);
+    char *text = json_dumps(record, JSON_COMPACT | JSON_PRESERVE_ORDER);
+    EXPECT_EQ(text, expected);
+    free(text);
+    json_decref(healed);
 }
 
 TEST_F(status_reason, route_missing)

@@ -55,16 +55,19 @@ static in_addr_t gateway_of(const look &at, const link_status &link, const iface
     return route != nullptr ? route->gateway_be : 0;
 }
 
+// In the order of the link's own event.
 static void set_who(json_t *record, const link_status &link)
 {
     bool is_tunnel = link.what == subject::tunnel;
     const link_kind *kind = get_link_kind(link.iface);
     set_text(record, "iface", link.iface);
-    if (is_tunnel)
+    if (is_tunnel) {
+        set_text(record, "type", link.type);
         set_tunnel_name(record, link.entry);
-    else
+    } else {
         set_text(record, "name", kind->name);
-    set_text(record, "type", link.type);
+        set_text(record, "type", link.type);
+    }
     set_text(record, "proto", is_tunnel ? "" : kind->proto);
     if (strcmp(link.type, "dhcp") == 0)
         json_object_set_new(record, "metric", json_integer(kind->dhcp_metric));
