@@ -198,7 +198,11 @@ const code_case rows[] = {
     {"trigger-protocol: its first letters", TRIGGERS, "chat 6667 tcp 113 tcp/udp - - - -\n", 1, "protocol", "chat 6667 tcp 113 all - - - -\n"},
 
     {"zone: a place", ZONE, "Europe/Berlin\n", 1, "zone", "CET-1CEST,M3.5.0,M10.5.0/3\n"},
-    {"zone: 25 hours", ZONE, "UTC+25\n", 1, "zone", "UTC+24\n"},
+    {"zone: 16 hours", ZONE, "UTC+16\n", 1, "zone", "UTC+15\n"},
+    {"zone: a thirteenth month", ZONE, "CET-1CEST,M13.5.0,M10.5.0\n", 1, "zone", "CET-1CEST,M12.5.0,M10.5.0\n"},
+    {"zone: no seventh day", ZONE, "CET-1CEST,M3.5.7,M10.5.0\n", 1, "zone", "CET-1CEST,M3.5.6/-1:30,M10.1.0/24\n"},
+    {"zone: a day before the first", ZONE, "CET-1CEST,J0,J300\n", 1, "zone", "CET-1CEST,0,J365\n"},
+    {"zone: one change", ZONE, "CET-1CEST,M3.5.0\n", 1, "zone", "CET-1CEST,59/2,300\n"},
     {"zone-minutes", ZONE, "IST-5:30\n", 1, "zone", "IST-5:00\n"},
     {"zone-lines", ZONE, "UTC-3\nUTC-2\n", 2, "-", "UTC-3"},
     {"field-cut: a zone", ZONE, "CET-1CEST,M3.5.0/02:00:00,M10.5.0/0000000000000000000000000003:00\n", 1, "zone", "CET-1CEST,M3.5.0/02:00:00,M10.5.0/03:00\n"},

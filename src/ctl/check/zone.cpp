@@ -6,7 +6,8 @@
 #include <ctype.h>
 #include <string.h>
 
-constexpr uint32_t OFFSET_HOURS_MAX = 24;
+constexpr uint32_t OFFSET_HOURS_MAX = 15; // a kernel refuses more
+constexpr uint32_t DAY_HOURS = 24;
 
 // Each of these moves on behind what it names and tells whether it was there.
 
@@ -29,7 +30,7 @@ static bool skip_name(const char **p)
 static bool skip_number(const char **p, uint32_t most, uint32_t *value)
 {
     size_t digits = strspn(*p, "0123456789");
-    if (digits == 0 || digits > 2)
+    if (digits == 0 || digits > (most > 99 ? 3 : 2))
         return false;
     *value = 0;
     for (size_t i = 0; i < digits; i++)
@@ -38,12 +39,12 @@ static bool skip_number(const char **p, uint32_t most, uint32_t *value)
 }
 
 // HOURS[:MINUTES[:SECONDS]] with a sign or none.
-static bool skip_offset(const char **p, bool *is_whole)
+static bool skip_offset(const char **p, uint32_t most_hours, bool *is_whole)
 {
     uint32_t value;
     if (**p == '+' || **p == '-')
         (*p)++;
-    if (!skip_number(p, OFFSET_HOURS_MAX, &value))
+    if (!skip_number(p, most_hours, &value))
         return false;
     for (int i = 0; i < 2 && **p == ':'; i++) {
         (*p)++;
@@ -54,13 +55,37 @@ static bool skip_offset(const char **p, bool *is_whole)
     return true;
 }
 
-// ",START,END" behind the name of summer time.
+static bool skip_sign(const char **p, char sign)
+{
+    if (**p != sign)
+        return false;
+    (*p)++;
+    return true;
+}
+
+// The last Sunday of March is M3.5.0; J1 and 0 are the first of January.
+static bool skip_day(const char **p)
+{
+    uint32_t value;
+    if (skip_sign(p, 'M'))
+        return skip_number(p, 12, &value) && value > 0 && skip_sign(p, '.') &&
+               skip_number(p, 5, &value) && value > 0 && skip_sign(p, '.') &&
+               skip_number(p, 6, &value);
+    bool is_from_one = skip_sign(p, 'J');
+    return skip_number(p, 365, &value) && (value > 0 || !is_from_one);
+}
+
+static bool skip_change(const char **p)
+{
+    bool is_whole = true; // of no matter here
+    return skip_sign(p, ',') && skip_day(p) &&
+           (!skip_sign(p, '/') || skip_offset(p, DAY_HOURS, &is_whole));
+}
+
+// ",START,END" behind the name of summer time, each a day with "/TIME" or not.
 static bool is_rule(const char *text)
 {
-    const char *second = text[0] == ',' ? strchr(text + 1, ',') : nullptr;
-    if (second == nullptr || second == text + 1 || second[1] == '\0')
-        return false;
-    return text[strspn(text, "0123456789JM./:-+,")] == '\0' && strchr(second + 1, ',') == nullptr;
+    return skip_change(&text) && skip_change(&text) && *text == '\0';
 }
 
 static bool is_zone(const char *text, bool *is_whole)
@@ -69,14 +94,14 @@ static bool is_zone(const char *text, bool *is_whole)
     if (strcmp(text, "UTC") == 0 || strcmp(text, "GMT") == 0)
         return true;
     const char *p = text;
-    if (!skip_name(&p) || !skip_offset(&p, is_whole))
+    if (!skip_name(&p) || !skip_offset(&p, OFFSET_HOURS_MAX, is_whole))
         return false;
     if (*p == '\0')
         return true;
     if (!skip_name(&p))
         return false;
     bool is_summer_whole = true;
-    if (*p != '\0' && *p != ',' && !skip_offset(&p, &is_summer_whole))
+    if (*p != '\0' && *p != ',' && !skip_offset(&p, OFFSET_HOURS_MAX, &is_summer_whole))
         return false;
     *is_whole = *is_whole && is_summer_whole;
     return *p == '\0' || is_rule(p);
