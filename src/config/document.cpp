@@ -38,10 +38,10 @@ static json_t *make_entry(const known_interface &known, const iface_params &para
 {
     const char *auto_flag = params.iface + 2 * IFACE_NAME_FIELD;
     json_t *entry = json_object();
-    json_object_set_new(entry, "iface", json_string(params.iface));
-    json_object_set_new(entry, "name", json_string(known.name));
+    put_text(entry, "iface", params.iface);
+    put_text(entry, "name", known.name);
     json_object_set_new(entry, "auto", json_boolean(strcmp(auto_flag, "1") == 0));
-    json_object_set_new(entry, "type", json_string(params.type));
+    put_text(entry, "type", params.type);
     set_text(entry, "ipaddr", params.ipaddr);
     set_text(entry, "netmask", params.netmask);
     set_text(entry, "gateway", params.gateway);

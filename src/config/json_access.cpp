@@ -4,6 +4,7 @@
 #include "util/lock.h"
 #include "util/log.h"
 #include "util/open_file.h"
+#include "util/output_file.h"
 #include "util/text.h"
 
 #include <stdio.h>
@@ -12,15 +13,6 @@
 
 constexpr char PATH_TAG[] = "get_object_by_path";
 
-static void write_text(const char *text, const char *path)
-{
-    FILE *file = open_stream(path, "w");
-    if (file == nullptr)
-        return;
-    fputs(text, file);
-    fclose(file);
-}
-
 // The text is made first: a writer that runs out of memory half-way would leave half a file.
 void write_document(const char *tag, const json_t *root, const char *path)
 {
@@ -28,7 +20,7 @@ void write_document(const char *tag, const json_t *root, const char *path)
     if (text == nullptr || json_memory_failed())
         logmessage(tag, "Not enough memory, %s stays as it was", path);
     else
-        write_text(text, path);
+        write_text(path, text);
     free(text);
 }
 
@@ -148,6 +140,11 @@ const char *text_or_empty(const json_t *value)
 {
     const char *text = json_string_value(value);
     return text != nullptr ? text : "";
+}
+
+void put_text(json_t *object, const char *key, const char *text)
+{
+    json_object_set_new(object, key, json_string(text));
 }
 
 int get_string_from_json_by_name(const json_t *object, const char *key, char *dst, size_t cap)

@@ -46,6 +46,10 @@ json_t *find_object_from_array_by_param(json_t *array, const char *key, const ch
 // The text of a JSON value, borrowed from it; "" when it is no string or there is none.
 const char *text_or_empty(const json_t *value);
 
+// Set the member key of object to a text, in place of an earlier one. A text that is not UTF-8, as
+// JSON has to be, sets nothing.
+void put_text(json_t *object, const char *key, const char *text);
+
 // Copy the string member key of object into dst, of cap characters with the terminator; a longer
 // one is cut. Returns 1, or -1 (dst untouched) when the member is missing or no string.
 int get_string_from_json_by_name(const json_t *object, const char *key, char *dst, size_t cap);

@@ -1,5 +1,6 @@
 #include "config/sources.h"
 
+#include "config/json_access.h"
 #include "config/settings_file.h"
 #include "config/source_formats.h"
 #include "util/text.h"
@@ -127,8 +128,8 @@ int get_tunnels(json_t *array)
             text_set(type, at_end(format, word));
 
         json_t *peer = json_object();
-        json_object_set_new(peer, "name", json_string(at_end(format, name)));
-        json_object_set_new(peer, "type", json_string(type));
+        put_text(peer, "name", at_end(format, name));
+        put_text(peer, "type", type);
         apply_peer_words(peer, type, &rest);
         json_array_append_new(array, peer);
         result = 1;
@@ -163,7 +164,7 @@ static void apply_key(json_t *object, const key_row &row, char *value)
     bool is_on = json_is_true(member);
     json_object_set_new(object, row.member, member);
     if (row.how == key_form::flag_and_name && is_on)
-        json_object_set_new(object, "name", json_string(trim_r(value)));
+        put_text(object, "name", trim_r(value));
 }
 
 template <size_t N>

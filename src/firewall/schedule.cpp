@@ -30,10 +30,7 @@ static struct {
 // The place of the schedule name, which holds null when there is none.
 static schedule **place_of(const char *name)
 {
-    size_t sum = 0;
-    for (const char *c = name; *c != '\0'; c++)
-        sum = sum * 31 + static_cast<unsigned char>(*c);
-    schedule **place = &schedules.chains[sum % CHAINS];
+    schedule **place = &schedules.chains[text_sum(name) % CHAINS];
     while (*place != nullptr && strcmp((*place)->name, name) != 0)
         place = &(*place)->next;
     return place;

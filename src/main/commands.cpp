@@ -19,7 +19,7 @@ static void start(int, char **)
 
 static void show_wan_type(int, char **)
 {
-    printf("%d\n", get_wan_type());
+    fprintf(stdout, "%d\n", get_wan_type());
 }
 
 static void write_device_params(int, char **)

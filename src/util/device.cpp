@@ -2,7 +2,7 @@
 
 #include "util/ioctl_request.h"
 #include "util/log.h"
-#include "util/open_file.h"
+#include "util/output_file.h"
 
 #include <fcntl.h>
 #include <stdint.h>
@@ -48,24 +48,15 @@ int get_wan_type()
     return (levels & WAN_TYPE_SWITCH) == 0 ? 1 : 0;
 }
 
-static void write_whole(const char *path, const char *text)
-{
-    FILE *file = open_stream(path, "w");
-    if (file == nullptr)
-        return;
-    fputs(text, file);
-    fclose(file);
-}
-
 int update_device_mode()
 {
-    write_whole("/etc/device_params", DEVICE_PARAMS);
+    write_text("/etc/device_params", DEVICE_PARAMS);
     return 1;
 }
 
 int set_device_params()
 {
     update_device_mode();
-    write_whole("/tmp/lanwanext.conf", PORT_MAP);
+    write_text("/tmp/lanwanext.conf", PORT_MAP);
     return 1;
 }

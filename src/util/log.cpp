@@ -3,8 +3,8 @@
 #undef _FORTIFY_SOURCE
 #include "util/log.h"
 
-#include <stdarg.h>
-#include <stdio.h>
+#include "util/text.h"
+
 #include <syslog.h>
 
 void log_text(const char *ident, const char *text)
@@ -18,10 +18,9 @@ void log_text(const char *ident, const char *text)
 void logmessage(const char *ident, const char *format, ...)
 {
     char text[512];
-    text[0] = '\0';
     va_list args;
     va_start(args, format);
-    vsnprintf(text, sizeof(text), format, args);
+    text_vformat(text, sizeof(text), format, args);
     va_end(args);
     log_text(ident, text);
 }

@@ -23,7 +23,7 @@ int parse_mac(text_piece text, unsigned char *mac)
 {
     // An address is decided by its first characters, so a longer text may be cut.
     char terminated[64];
-    text_format(terminated, sizeof(terminated), "%.*s", static_cast<int>(text.length), text.start);
+    text_set(terminated, text);
     errno = 0;
     const ether_addr *address = ether_aton(terminated);
     if (address == nullptr) {
@@ -74,7 +74,7 @@ int get_mac(const char *name, char *out)
         mac[MAC_BYTES - 1]++;
     format_mac(mac, out);
     if (is_base) {
-        puts(out);
+        fprintf(stdout, "%s\n", out);
         fflush(stdout); // before what the tools print that run next
     }
     nvram_close(NVRAM_DEVICE);

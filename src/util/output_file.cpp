@@ -19,6 +19,15 @@ FILE *create_output(const char *path)
     return file;
 }
 
+void write_text(const char *path, const char *text)
+{
+    FILE *file = open_stream(path, "w");
+    if (file == nullptr)
+        return;
+    fputs(text, file);
+    fclose(file);
+}
+
 bool close_output(FILE *file, const char *path)
 {
     errno = 0;

@@ -7,6 +7,9 @@
 // prefix and gives null.
 FILE *create_output(const char *path);
 
+// Write a file of this text, as far as it can be; nothing is reported.
+void write_text(const char *path, const char *text);
+
 // Close file. Returns true when all of what was written could be stored; otherwise that is reported
 // on standard error with path as prefix.
 bool close_output(FILE *file, const char *path);

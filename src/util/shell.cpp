@@ -2,9 +2,6 @@
 
 #include "util/text.h"
 
-#include <ctype.h>
-#include <stdarg.h>
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -18,27 +15,20 @@ int shell_format(const char *format, ...)
     char line[SHELL_LINE_MAX];
     va_list args;
     va_start(args, format);
-    int length = vsnprintf(line, sizeof(line), format, args);
+    bool fits = text_vformat(line, sizeof(line), format, args);
     va_end(args);
-    if (length < 0)
-        return -1;
     // The cut may fall between two quotes of a value, and what is left be a command of other words.
-    bool is_cut = static_cast<size_t>(length) >= sizeof(line);
-    if (is_cut && strchr(line, '\'') != nullptr)
+    if (!fits && (line[0] == '\0' || strchr(line, '\'') != nullptr))
         return -1;
     return shell(line);
 }
 
-static bool is_plain(char c)
-{
-    return c != '\0' && (isalnum(static_cast<unsigned char>(c)) || strchr("_./:@%+=,-", c));
-}
+constexpr char PLAIN_CHARACTERS[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                    "0123456789_./:@%+=,-";
 
 static bool is_plain_text(const char *text)
 {
-    while (is_plain(*text))
-        text++;
-    return *text == '\0';
+    return text[strspn(text, PLAIN_CHARACTERS)] == '\0';
 }
 
 // A single quote inside single quotes: leave them, add an escaped one, enter them again.

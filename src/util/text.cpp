@@ -1,7 +1,6 @@
 #include "util/text.h"
 
 #include <limits.h>
-#include <stdarg.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -25,16 +24,19 @@ bool next_piece(text_piece *text, const char *separators, text_piece *piece)
     return stop > start;
 }
 
-bool text_set(char *dst, size_t cap, const char *src)
+bool text_set(char *dst, size_t cap, text_piece src)
 {
-    size_t length = src != nullptr ? strlen(src) : 0;
-    bool fits = length < cap;
-    if (!fits)
-        length = cap - 1;
+    bool fits = src.length < cap;
+    size_t length = fits ? src.length : cap - 1;
     if (length != 0)
-        memmove(dst, src, length);
+        memmove(dst, src.start, length);
     dst[length] = '\0';
     return fits;
+}
+
+bool text_set(char *dst, size_t cap, const char *src)
+{
+    return text_set(dst, cap, text_piece{src, src != nullptr ? strlen(src) : 0});
 }
 
 bool text_append(char *dst, size_t cap, const char *src)
@@ -43,17 +45,31 @@ bool text_append(char *dst, size_t cap, const char *src)
     return text_set(dst + used, cap - used, src);
 }
 
-bool text_format(char *dst, size_t cap, const char *format, ...)
+bool text_vformat(char *dst, size_t cap, const char *format, va_list args)
 {
-    va_list args;
-    va_start(args, format);
     int length = vsnprintf(dst, cap, format, args);
-    va_end(args);
     if (length < 0) {
         dst[0] = '\0';
         return false;
     }
     return static_cast<size_t>(length) < cap;
+}
+
+bool text_format(char *dst, size_t cap, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    bool fits = text_vformat(dst, cap, format, args);
+    va_end(args);
+    return fits;
+}
+
+size_t text_sum(const char *text, char end)
+{
+    size_t sum = 0;
+    for (; *text != '\0' && *text != end; text++)
+        sum = sum * 31 + static_cast<unsigned char>(*text);
+    return sum;
 }
 
 int text_to_int(const char *text)

@@ -2,6 +2,7 @@
 // field can be overrun whatever a settings file or an environment variable holds.
 #pragma once
 
+#include <stdarg.h>
 #include <stddef.h>
 
 // A stretch of a text that somebody else owns; not terminated at its length.
@@ -18,9 +19,13 @@ bool next_piece(text_piece *text, const char *separators, text_piece *piece);
 // terminated; a longer text is cut to cap - 1 characters. src may be null, which copies as "".
 // Returns true when the whole text fitted.
 bool text_set(char *dst, size_t cap, const char *src);
+bool text_set(char *dst, size_t cap, text_piece src);
 
-// printf into dst with the same bound. Returns true when the whole text fitted.
+// printf and vprintf into dst with the same bound. Return true when the whole text fitted; dst is
+// "" when it cannot be formed.
 [[gnu::format(printf, 3, 4)]] bool text_format(char *dst, size_t cap, const char *format, ...);
+[[gnu::format(printf, 3, 0)]] bool text_vformat(char *dst, size_t cap, const char *format,
+                                                va_list args);
 
 // Copy src behind what dst holds, which must be terminated, with the same bound.
 bool text_append(char *dst, size_t cap, const char *src);
@@ -30,10 +35,18 @@ template <size_t N> bool text_set(char (&dst)[N], const char *src)
     return text_set(dst, N, src);
 }
 
+template <size_t N> bool text_set(char (&dst)[N], text_piece src)
+{
+    return text_set(dst, N, src);
+}
+
 template <size_t N> bool text_append(char (&dst)[N], const char *src)
 {
     return text_append(dst, N, src);
 }
+
+// A number made of all characters of text up to end, to spread texts over the chains of a table.
+size_t text_sum(const char *text, char end = '\0');
 
 // Decimal text to integer as atoi() does it: leading blanks skipped, optional sign, the conversion
 // stops at the first non-digit, no digits give 0. Numbers beyond an int become INT_MIN or INT_MAX

@@ -1,9 +1,10 @@
 #include "wan/dhcp_event.h"
 
+#include "config/json_access.h"
 #include "lan/interface.h"
 #include "util/json_memory.h"
 #include "util/log.h"
-#include "util/open_file.h"
+#include "util/output_file.h"
 #include "util/shell.h"
 #include "util/text.h"
 #include "wan/event_env.h"
@@ -42,9 +43,8 @@ static void take_server(const char *key, text_piece server, char (&kept)[LEASE_T
                         json_t *link)
 {
     if (server.length > 0) {
-        int length = static_cast<int>(server.length);
-        logmessage(LEASE_TAG, "%s = %.*s", key, length, server.start);
-        text_format(kept, sizeof(kept), "%.*s", length, server.start);
+        logmessage(LEASE_TAG, "%s = %.*s", key, static_cast<int>(server.length), server.start);
+        text_set(kept, server);
     }
     if (link != nullptr)
         json_object_set_new(link, key, piece_or_null(server));
@@ -93,9 +93,9 @@ static void restart_resolver()
 static void set_link_kind(json_t *link, const char *iface)
 {
     const link_kind *kind = get_link_kind(iface);
-    json_object_set_new(link, "name", json_string(kind->name));
-    json_object_set_new(link, "type", json_string("dhcp"));
-    json_object_set_new(link, "proto", json_string(kind->proto));
+    put_text(link, "name", kind->name);
+    put_text(link, "type", "dhcp");
+    put_text(link, "proto", kind->proto);
     json_object_set_new(link, "metric", json_integer(kind->dhcp_metric));
 }
 
@@ -150,11 +150,9 @@ static void write_expiry(const char *iface)
 {
     char path[100];
     text_format(path, sizeof(path), "/tmp/udhcpc.%s.expires", iface);
-    FILE *file = open_stream(path, "w");
-    if (file == nullptr) {
-        perror(path);
+    FILE *file = create_output(path);
+    if (file == nullptr)
         return;
-    }
     fprintf(file, "%lld", static_cast<long long>(time(nullptr)));
     fclose(file);
 }

@@ -5,6 +5,7 @@
 #include "util/log.h"
 #include "util/text.h"
 
+#include <arpa/inet.h>
 #include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
@@ -52,12 +53,11 @@ static uint32_t netmask_of(int prefix)
     return UINT32_MAX << (PREFIX_MAX - prefix);
 }
 
-// Four octets, the most significant first, as dotted quad.
+// The address, its first octet the most significant one, as dotted quad.
 static const char *quad(char (&out)[IPV4_TEXT_MAX], uint32_t address)
 {
-    text_format(out, sizeof(out), "%u.%u.%u.%u", address >> 24, address >> 16 & 0xff,
-                address >> 8 & 0xff, address & 0xff);
-    return out;
+    uint32_t address_be = htonl(address);
+    return inet_ntop(AF_INET, &address_be, out, sizeof(out));
 }
 
 static bool add_static_route(const char *iface, char *destination, char *gateway)

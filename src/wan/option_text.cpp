@@ -40,10 +40,15 @@ static void write_quoted(FILE *file, const char *text, size_t length)
     fputc('"', file);
 }
 
+static void write_piece(FILE *file, const char *text, size_t length)
+{
+    fprintf(file, "%.*s", static_cast<int>(length), text);
+}
+
 static void write_word(FILE *file, const char *text, size_t length)
 {
     if (is_plain_text(text, length))
-        fwrite(text, 1, length, file);
+        write_piece(file, text, length);
     else
         write_quoted(file, text, length);
 }
@@ -101,5 +106,5 @@ void write_xl2tpd_value(FILE *file, const char *value)
 {
     size_t length = value_length(value);
     size_t comment = strcspn(value, ";");
-    fwrite(value, 1, comment < length ? comment : length, file);
+    write_piece(file, value, comment < length ? comment : length);
 }

@@ -18,7 +18,7 @@ constexpr int MODEM_METRIC = 10;
 
 static void take_part(text_piece part, const char *key, char *kept, size_t cap, json_t *object)
 {
-    text_format(kept, cap, "%.*s", static_cast<int>(part.length), part.start);
+    text_set(kept, cap, part);
     trim_r(kept);
     json_object_set_new(object, key, piece_or_null(part));
 }
@@ -83,7 +83,7 @@ static void take_netmask(ppp_link *link, json_t *object)
 {
     text_set(link->netmask, "255.255.255.255");
     logmessage(UP_TAG, "netmask = %s", link->netmask);
-    json_object_set_new(object, "netmask", json_string(link->netmask));
+    put_text(object, "netmask", link->netmask);
 }
 
 static void take_link(ppp_link *link, json_t *object)

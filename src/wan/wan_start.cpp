@@ -115,9 +115,9 @@ static json_t *make_static_record(const link_kind &kind, const json_t *entry)
     watch_json_memory();
     json_t *link = json_object();
     json_object_set(link, "iface", json_object_get(entry, "iface"));
-    json_object_set_new(link, "name", json_string(kind.name));
-    json_object_set_new(link, "type", json_string("static"));
-    json_object_set_new(link, "proto", json_string(kind.proto));
+    put_text(link, "name", kind.name);
+    put_text(link, "type", "static");
+    put_text(link, "proto", kind.proto);
     for (const char *key : address_members)
         json_object_set(link, key, json_object_get(entry, key));
     json_object_set_new(link, "dns1", json_null());
