@@ -26,65 +26,65 @@ static int router_access(FILE *file, const rule_values &)
 
 // clang-format off
 constexpr rule_row filter_rows[] = {
-    {ALWAYS, "*filter"},
-    {ALWAYS, ":INPUT ACCEPT [0:0]"},
-    {ALWAYS, ":FORWARD ACCEPT [0:0]"},
-    {ALWAYS, ":OUTPUT ACCEPT [0:0]"},
-    {ALWAYS, ":MINIUPNPD - [0:0]"},
-    {ALWAYS, ":H_ACCESS - [0:0]"},
-    {ALWAYS, ":MACS - [0:0]"},
-    {ALWAYS, ":SECURITY - [0:0]"},
-    {ALWAYS, ":BRUTE - [0:0]"},
-    {ALWAYS, ":logaccept - [0:0]"},
-    {ALWAYS, ":logdrop - [0:0]"},
+    {ALWAYS, "*filter\n"
+             ":INPUT ACCEPT [0:0]\n"
+             ":FORWARD ACCEPT [0:0]\n"
+             ":OUTPUT ACCEPT [0:0]\n"
+             ":MINIUPNPD - [0:0]\n"
+             ":H_ACCESS - [0:0]\n"
+             ":MACS - [0:0]\n"
+             ":SECURITY - [0:0]\n"
+             ":BRUTE - [0:0]\n"
+             ":logaccept - [0:0]\n"
+             ":logdrop - [0:0]\n"},
 
     {&fw.mac_mode, nullptr, mac_filters},
 
-    {ALWAYS, "-A SECURITY -p tcp --syn -m limit --limit 1/s -j RETURN"},
-    {ALWAYS, "-A SECURITY -p tcp --tcp-flags SYN,ACK,FIN,RST RST -m limit --limit 1/s -j RETURN"},
-    {ALWAYS, "-A SECURITY -p udp -m limit --limit 5/s -j RETURN"},
-    {ALWAYS, "-A SECURITY -p icmp -m limit --limit 5/s -j RETURN"},
-    {ALWAYS, "-A SECURITY -j {drop}"},
+    {ALWAYS, "-A SECURITY -p tcp --syn -m limit --limit 1/s -j RETURN\n"
+             "-A SECURITY -p tcp --tcp-flags SYN,ACK,FIN,RST RST -m limit --limit 1/s -j RETURN\n"
+             "-A SECURITY -p udp -m limit --limit 5/s -j RETURN\n"
+             "-A SECURITY -p icmp -m limit --limit 5/s -j RETURN\n"
+             "-A SECURITY -j {drop}\n"},
 
     {ALWAYS, nullptr, user_rules},
 
     // To the router itself. With the firewall off, INPUT ends here and its policy accepts.
-    {ALWAYS,       "-A INPUT -m state --state INVALID -j {drop}"},
-    {ALWAYS,       "-A INPUT -m state --state ESTABLISHED,RELATED -j ACCEPT"},
-    {&fw.igmp,     "-A INPUT -d 224.0.0.0/240.0.0.0 -i {wan} -j ACCEPT"},
-    {&fw.igmp,     "-A INPUT -s 224.0.0.0/240.0.0.0 -i {wan} -j ACCEPT"},
-    {ALWAYS,       "-A INPUT -i lo -m state --state NEW -j {accept}"},
-    {ALWAYS,       "-A INPUT -i {lan} -m state --state NEW -j {accept}"},
-    {&fw.igmp,     "-A FORWARD -d 224.0.0.0/240.0.0.0 -j ACCEPT"},
-    {&fw.igmp,     "-A FORWARD -s 224.0.0.0/240.0.0.0 -j ACCEPT"},
+    {ALWAYS, "-A INPUT -m state --state INVALID -j {drop}\n"
+             "-A INPUT -m state --state ESTABLISHED,RELATED -j ACCEPT\n"},
+    {&fw.igmp, "-A INPUT -d 224.0.0.0/240.0.0.0 -i {wan} -j ACCEPT\n"
+               "-A INPUT -s 224.0.0.0/240.0.0.0 -i {wan} -j ACCEPT\n"},
+    {ALWAYS, "-A INPUT -i lo -m state --state NEW -j {accept}\n"
+             "-A INPUT -i {lan} -m state --state NEW -j {accept}\n"},
+    {&fw.igmp, "-A FORWARD -d 224.0.0.0/240.0.0.0 -j ACCEPT\n"
+               "-A FORWARD -s 224.0.0.0/240.0.0.0 -j ACCEPT\n"},
     // The UPnP daemon inserts its rules ahead of the RETURN.
-    {&fw.upnp,     "-A FORWARD -i {wan} -o ! {wan} -j MINIUPNPD"},
-    {&fw.upnp,     "-A MINIUPNPD -j RETURN"},
-    {&fw.dos,      "-A INPUT ! -i {lan} -m state --state NEW -j SECURITY"},
-    {&fw.firewall, "-A INPUT -p icmp -j {accept}", nullptr, &fw.wan_ping},
-    {&fw.firewall, "-A INPUT ! -i {lan} -m state --state NEW -j H_ACCESS"},
-    {&fw.firewall, "-A INPUT -j {drop}"},
+    {&fw.upnp, "-A FORWARD -i {wan} -o ! {wan} -j MINIUPNPD\n"
+               "-A MINIUPNPD -j RETURN\n"},
+    {&fw.dos, "-A INPUT ! -i {lan} -m state --state NEW -j SECURITY\n"},
+    {&fw.firewall, "-A INPUT -p icmp -j {accept}\n", nullptr, &fw.wan_ping},
+    {&fw.firewall, "-A INPUT ! -i {lan} -m state --state NEW -j H_ACCESS\n"
+                   "-A INPUT -j {drop}\n"},
 
     // Through the router. What leaves to the WAN needs no rule: only the way into the LAN is closed
     // at the end, and the policy accepts.
-    {ALWAYS,   "-A FORWARD -i {lan} -o {lan} -j {accept}"},
-    {ALWAYS,   "-A FORWARD -m state --state INVALID -j {drop}"},
-    {&fw.igmp, "-A FORWARD -p udp -d 224.0.0.0/4 -j ACCEPT"},
-    {ALWAYS,   "-A FORWARD -p tcp --syn -j TCPMSS --clamp-mss-to-pmtu"},
-    {ALWAYS,   "-A FORWARD -m state --state ESTABLISHED,RELATED -j ACCEPT"},
-    {&fw.dos,  "-A FORWARD ! -i {lan} -m state --state NEW -j SECURITY"},
+    {ALWAYS, "-A FORWARD -i {lan} -o {lan} -j {accept}\n"
+             "-A FORWARD -m state --state INVALID -j {drop}\n"},
+    {&fw.igmp, "-A FORWARD -p udp -d 224.0.0.0/4 -j ACCEPT\n"},
+    {ALWAYS, "-A FORWARD -p tcp --syn -j TCPMSS --clamp-mss-to-pmtu\n"
+             "-A FORWARD -m state --state ESTABLISHED,RELATED -j ACCEPT\n"},
+    {&fw.dos, "-A FORWARD ! -i {lan} -m state --state NEW -j SECURITY\n"},
     // What a port forward or a port trigger has let in.
-    {ALWAYS,   "-A FORWARD -m conntrack --ctstate DNAT -j {accept}"},
+    {ALWAYS, "-A FORWARD -m conntrack --ctstate DNAT -j {accept}\n"},
     {&fw.url_filter, nullptr, url_filters},
-    {ALWAYS,   "-A FORWARD -o {lan} -j DROP"},
+    {ALWAYS, "-A FORWARD -o {lan} -j DROP\n"},
 
     {ALWAYS, nullptr, router_access},
 
-    {ALWAYS, "-A logaccept -m state --state NEW -j LOG --log-prefix \"ACCEPT \" --log-tcp-sequence --log-tcp-options --log-ip-options"},
-    {ALWAYS, "-A logaccept -j ACCEPT"},
-    {ALWAYS, "-A logdrop -m state --state NEW -j LOG --log-prefix \"DROP \" --log-tcp-sequence --log-tcp-options --log-ip-options"},
-    {ALWAYS, "-A logdrop -j DROP"},
-    {ALWAYS, "COMMIT"},
+    {ALWAYS, "-A logaccept -m state --state NEW -j LOG --log-prefix \"ACCEPT \" --log-tcp-sequence --log-tcp-options --log-ip-options\n"
+             "-A logaccept -j ACCEPT\n"
+             "-A logdrop -m state --state NEW -j LOG --log-prefix \"DROP \" --log-tcp-sequence --log-tcp-options --log-ip-options\n"
+             "-A logdrop -j DROP\n"
+             "COMMIT\n"},
 };
 // clang-format on
 

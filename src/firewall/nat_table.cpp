@@ -22,25 +22,25 @@ static int port_triggers(FILE *file, const rule_values &values)
 
 // clang-format off
 constexpr rule_row nat_rows[] = {
-    {ALWAYS, "*nat"},
-    {ALWAYS, ":PREROUTING ACCEPT [0:0]"},
-    {ALWAYS, ":POSTROUTING ACCEPT [0:0]"},
-    {ALWAYS, ":OUTPUT ACCEPT [0:0]"},
-    {ALWAYS, ":MINIUPNPD - [0:0]"},
-    {ALWAYS, ":VSERVER - [0:0]"},
+    {ALWAYS, "*nat\n"
+             ":PREROUTING ACCEPT [0:0]\n"
+             ":POSTROUTING ACCEPT [0:0]\n"
+             ":OUTPUT ACCEPT [0:0]\n"
+             ":MINIUPNPD - [0:0]\n"
+             ":VSERVER - [0:0]\n"},
 
-    {&fw.upnp, "-A PREROUTING -i {wan} -j MINIUPNPD"},
-    {&fw.upnp, "-A MINIUPNPD -j RETURN"},
+    {&fw.upnp, "-A PREROUTING -i {wan} -j MINIUPNPD\n"
+               "-A MINIUPNPD -j RETURN\n"},
 
     {&fw.vservers, nullptr, vservers},
 
     // A LAN host that reaches another one by the router's public address: the answer must come back
     // through the router, or its sender would not be the one that was asked.
-    {&fw.nat, "-A POSTROUTING -o {lan} -s {lan_network} -d {lan_network} -j SNAT --to-source {lan_ip}"},
+    {&fw.nat, "-A POSTROUTING -o {lan} -s {lan_network} -d {lan_network} -j SNAT --to-source {lan_ip}\n"},
     {&fw.nat, nullptr, masquerading},
 
     {ALWAYS, nullptr, port_triggers},
-    {ALWAYS, "COMMIT"},
+    {ALWAYS, "COMMIT\n"},
 };
 // clang-format on
 

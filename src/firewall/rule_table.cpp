@@ -21,12 +21,12 @@ constexpr placeholder placeholders[] = {
     {"{drop}", &rule_values::drop_target},
 };
 
-// Write the placeholder that line begins with. Returns its length, or 0 when it is none.
-static size_t write_placeholder(FILE *file, const char *line, const rule_values &values)
+// Write the placeholder that text begins with. Returns its length, or 0 when it is none.
+static size_t write_placeholder(FILE *file, const char *text, const rule_values &values)
 {
     for (const placeholder &row : placeholders) {
         size_t length = strlen(row.text);
-        if (strncmp(line, row.text, length) == 0) {
+        if (strncmp(text, row.text, length) == 0) {
             fputs(values.*row.value, file);
             return length;
         }
@@ -34,15 +34,14 @@ static size_t write_placeholder(FILE *file, const char *line, const rule_values 
     return 0;
 }
 
-static void write_line(FILE *file, const char *line, const rule_values &values)
+static void write_lines(FILE *file, const char *lines, const rule_values &values)
 {
-    while (*line != '\0') {
-        size_t length = *line == '{' ? write_placeholder(file, line, values) : 0;
+    while (*lines != '\0') {
+        size_t length = *lines == '{' ? write_placeholder(file, lines, values) : 0;
         if (length == 0)
-            fputc(*line++, file);
-        line += length;
+            fputc(*lines++, file);
+        lines += length;
     }
-    fputc('\n', file);
 }
 
 static bool is_on(const int *needed)
@@ -60,8 +59,8 @@ int write_rule_file(const char *path, const rule_row *rows, size_t count, const 
         const rule_row &row = rows[i];
         if (!is_on(row.needed) || !is_on(row.also_needed))
             continue;
-        if (row.line != nullptr)
-            write_line(file, row.line, values);
+        if (row.lines != nullptr)
+            write_lines(file, row.lines, values);
         else if (row.list(file, values) == LIST_TORN)
             is_whole = false;
     }

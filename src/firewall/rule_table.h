@@ -1,5 +1,5 @@
-// A firewall table as data: the lines of its rule file in order, each with the switches that it
-// depends on.
+// A firewall table as data: the lines of its rule file in order, with the switches that they depend
+// on.
 #pragma once
 
 #include <stddef.h>
@@ -19,7 +19,7 @@ constexpr const int *ALWAYS = nullptr;
 
 struct rule_row {
     const int *needed; // this switch must not be 0
-    const char *line;  // without its line end; null for a list
+    const char *lines; // with their line ends; null for a list
     // Writes the lines of one of the user's lists. What it cannot read it reports by itself. Its
     // result is of interest when it is LIST_TORN.
     int (*list)(FILE *file, const rule_values &values) = nullptr;

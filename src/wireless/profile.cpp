@@ -76,15 +76,18 @@ static void write_line(FILE *file, const char *key, profile_form how, int bss_co
     }
 }
 
-static void write_numbered(FILE *file, const char *pattern, profile_form how, int number,
-                           int bss_count)
+static void write_lines(FILE *file, const profile_row &row, int number, int bss_count)
 {
-    char key[32];
-    text_set(key, pattern);
-    char *mark = strchr(key, '#');
-    if (mark != nullptr)
-        *mark = static_cast<char>('0' + number);
-    write_line(file, key, how, bss_count);
+    text_piece rest = {row.keys, strlen(row.keys)};
+    text_piece pattern;
+    while (next_piece(&rest, " ", &pattern)) {
+        char key[PROFILE_KEY_MAX];
+        text_set(key, pattern);
+        char *mark = strchr(key, '#');
+        if (mark != nullptr)
+            *mark = static_cast<char>('0' + number);
+        write_line(file, key, row.how, bss_count);
+    }
 }
 
 static void write_settings(FILE *file)
@@ -97,7 +100,7 @@ static void write_settings(FILE *file)
         next = row + 1 < end && row[1].is_paired ? row + 2 : row + 1;
         for (int number = row->first; number <= row->last; number++) {
             for (const profile_row *line = row; line < next; line++)
-                write_numbered(file, line->key, line->how, number, bss_count);
+                write_lines(file, *line, number, bss_count);
         }
     }
 }

@@ -32,13 +32,6 @@ void end_section(nvram_section *section)
     forget_names(&section->keys);
 }
 
-static void copy_piece(char *to, size_t room, const char *from, size_t length)
-{
-    size_t kept = length < room ? length : room - 1;
-    memcpy(to, from, kept);
-    to[kept] = '\0';
-}
-
 unsigned get_value(const nvram_section &section, const char *key, char (&value)[NVRAM_VALUE_MAX])
 {
     value[0] = '\0';
@@ -51,7 +44,7 @@ unsigned get_value(const nvram_section &section, const char *key, char (&value)[
     const void *end = memchr(start, '\n', left);
     size_t length =
         end == nullptr ? left : static_cast<size_t>(static_cast<const char *>(end) - start);
-    copy_piece(value, sizeof(value), start, length);
+    text_set(value, text_piece{start, length});
     return row->line;
 }
 
@@ -77,7 +70,7 @@ static void get_meant(char (&meant)[NVRAM_KEY_MAX], const char *raw, size_t leng
         raw++;
         length--;
     }
-    copy_piece(meant, sizeof(meant), raw, length);
+    text_set(meant, text_piece{raw, length});
     trim_r(meant);
 }
 
@@ -87,12 +80,12 @@ static bool judge_key(const nvram_section &section, const settings_line &line, s
 {
     report *r = section.all.r;
     char meant[NVRAM_KEY_MAX];
-    const char *known = nullptr;
+    char known[NVRAM_KEY_MAX] = "";
     get_meant(meant, line.raw, length);
-    if (!is_known(meant, &known))
+    if (!is_known(meant, known))
         return false;
-    if (known != nullptr || strlen(meant) != length) {
-        find(r, line.number, meant, code::nvram_key, known != nullptr ? known : meant, meant);
+    if (known[0] != '\0' || strlen(meant) != length) {
+        find(r, line.number, meant, code::nvram_key, known[0] != '\0' ? known : meant, meant);
         return false;
     }
     const named_line *first = find_name(section.keys, meant);
@@ -139,7 +132,7 @@ void judge_section(const nvram_section &section, key_test is_known,
         if (!is_pair(section, line) || !judge_key(section, line, length, is_known))
             continue;
         nvram_line parts = {line.number, "", ""};
-        copy_piece(parts.key, sizeof(parts.key), line.raw, length);
+        text_set(parts.key, text_piece{line.raw, length});
         get_value(section, parts.key, parts.value);
         if (has_controls(line.raw, line.length))
             find(section.all.r, line.number, parts.key, code::nvram_character);

@@ -32,8 +32,8 @@ void tell(const nvram_section &section, const nvram_line &line, code id, const c
           const char *second = "");
 
 // Whether the router reads a key of this name; the name as it is read goes to known when the case
-// or blanks differ.
-using key_test = bool (*)(const char *key, const char **known);
+// differs.
+using key_test = bool (*)(const char *key, char (&known)[NVRAM_KEY_MAX]);
 
 // Judge what all lines have in common, and hand those that count to judge.
 void judge_section(const nvram_section &section, key_test is_known,

@@ -11,24 +11,24 @@ constexpr char BASE_KEY[] = "ethaddr";
 constexpr char WAN_KEY[] = "wanmac";
 constexpr char WLAN_KEY[] = "wlanmac";
 
-static bool is_known_key(const char *key, const char **known)
+static bool is_known_key(const char *key, char (&known)[NVRAM_KEY_MAX])
 {
     for (size_t i = 0; parameter_key(i) != nullptr; i++) {
         if (strcmp(parameter_key(i), key) == 0)
             return true;
     }
-    for (size_t i = 0; *known == nullptr && parameter_key(i) != nullptr; i++) {
+    for (size_t i = 0; known[0] == '\0' && parameter_key(i) != nullptr; i++) {
         if (strcasecmp(parameter_key(i), key) == 0)
-            *known = parameter_key(i);
+            text_set(known, parameter_key(i));
     }
-    return *known != nullptr;
+    return known[0] != '\0';
 }
 
 static bool parse_value(const char *value, unsigned char (&mac)[MAC_BYTES])
 {
     text_piece inner = without_quotes(value);
     char text[NVRAM_VALUE_MAX];
-    text_format(text, sizeof(text), "%.*s", static_cast<int>(inner.length), inner.start);
+    text_set(text, inner);
     return parse_mac_text(text, mac) && mac[0] % 2 == 0;
 }
 

@@ -33,30 +33,47 @@ static bool is_key_of(const char *key, const char *pattern, int first, int last,
 }
 
 struct known_key {
-    const char *pattern; // null for none
+    char pattern[NVRAM_KEY_MAX]; // "" for none
     profile_form how;
 };
+
+static bool is_in_row(const profile_row &row, const char *key,
+                      int (*compare)(const char *, const char *), known_key *known)
+{
+    known->how = row.how;
+    text_piece rest = {row.keys, strlen(row.keys)};
+    text_piece piece;
+    while (next_piece(&rest, " ", &piece)) {
+        text_set(known->pattern, piece);
+        if (is_key_of(key, known->pattern, row.first, row.last, compare))
+            return true;
+    }
+    return false;
+}
 
 static known_key find_key(const char *key, int (*compare)(const char *, const char *))
 {
     static constexpr const char *numbers[] = {WSC_CONFIGURED_KEY, RADIO_OFF_KEY};
+    known_key known;
     for (const profile_row &row : profile_rows) {
-        if (is_key_of(key, row.key, row.first, row.last, compare))
-            return {row.key, row.how};
+        if (is_in_row(row, key, compare, &known))
+            return known;
     }
+    known.how = profile_form::number;
     for (const char *source : numbers) {
+        text_set(known.pattern, source);
         if (compare(key, source) == 0)
-            return {source, profile_form::number};
+            return known;
     }
-    return {nullptr, profile_form::text};
+    return {"", profile_form::text};
 }
 
-static bool is_known_key(const char *key, const char **known)
+static bool is_known_key(const char *key, char (&known)[NVRAM_KEY_MAX])
 {
-    if (find_key(key, strcmp).pattern != nullptr)
+    if (find_key(key, strcmp).pattern[0] != '\0')
         return true;
-    *known = find_key(key, strcasecmp).pattern;
-    return *known != nullptr;
+    text_set(known, find_key(key, strcasecmp).pattern);
+    return known[0] != '\0';
 }
 
 static bool is_digit(const char *text)
