@@ -5,6 +5,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <stdint.h>
 #include <stdio.h>
 #include <string.h>
 #include <sys/file.h>
@@ -18,13 +19,25 @@ constexpr mode_t NEW_FILE_MODE = 0600; // wireless keys are in there
 constexpr size_t STORE_PATH_MAX = 32;
 using store_path = char[STORE_PATH_MAX];
 
+constexpr size_t TEXT_MAX = NVRAM_SECTION_MAX + 1; // the last line may lack its line end
+constexpr size_t PAIRS_MAX = TEXT_MAX / 2;         // a pair is no shorter than "=" and its end
+constexpr size_t CHAINS = 256;
+
+// A line with a pair, in the chain of those whose keys have the same sum.
+struct pair_line {
+    uint16_t start; // in the text
+    uint16_t next;  // the number of the chain's next line, from 1; 0 ends it
+};
+
 // A section in memory: its lines, each with a terminator in place of its line end, so that values
-// can be handed out as they lie. Memory that no section fills is never touched and costs nothing.
+// can be handed out as they lie, and their chains, as hundreds of keys are looked up in hundreds of
+// lines. Memory that no section fills is never touched and costs nothing.
 struct section_copy {
     bool is_open;
     size_t length; // with the terminators
-    char text[NVRAM_SECTION_MAX +
-              1]; // one more for a full section whose last line lacks its line end
+    char text[TEXT_MAX];
+    uint16_t chains[CHAINS]; // the number of each chain's first line, or 0
+    pair_line lines[1 + PAIRS_MAX];
 };
 
 static section_copy copies[SECTION_COUNT];
@@ -71,8 +84,34 @@ static int read_all(int fd, section_copy *copy)
     return -EFBIG;
 }
 
-// Every other use of the text takes the lines to be terminated, the last one too.
-static void terminate_lines(section_copy *copy)
+// The chain of the key that text begins with.
+static size_t chain_of(const char *text)
+{
+    return text_sum(text, '=') % CHAINS;
+}
+
+// Put the line at the end of its chain, as the first line of a key is the one that counts.
+static void chain_line(section_copy *copy, uint16_t number, size_t start)
+{
+    uint16_t *place = &copy->chains[chain_of(copy->text + start)];
+    while (*place != 0)
+        place = &copy->lines[*place].next;
+    *place = number;
+    copy->lines[number] = {static_cast<uint16_t>(start), 0};
+}
+
+static void chain_lines(section_copy *copy)
+{
+    memset(copy->chains, 0, sizeof(copy->chains));
+    uint16_t number = 0;
+    for (size_t start = 0; start < copy->length; start += strlen(copy->text + start) + 1) {
+        if (strchr(copy->text + start, '=') != nullptr)
+            chain_line(copy, ++number, start);
+    }
+}
+
+// Every other use of the text takes the lines to be terminated, the last one too, and chained.
+static void split_lines(section_copy *copy)
 {
     for (size_t i = 0; i < copy->length; i++) {
         if (copy->text[i] == '\n')
@@ -80,6 +119,7 @@ static void terminate_lines(section_copy *copy)
     }
     if (copy->length > 0 && copy->text[copy->length - 1] != '\0')
         copy->text[copy->length++] = '\0';
+    chain_lines(copy);
 }
 
 // Read the section's file into copy. Returns 0, or a negative error number and an empty text.
@@ -89,28 +129,24 @@ static int read_section(int section, section_copy *copy)
     path_of(path, section, "");
     copy->length = 0;
     int fd = open_file(path, O_RDONLY);
-    if (fd < 0)
-        return errno == ENOENT ? 0 : negative_errno();
-    int result = close_with(fd, read_all(fd, copy));
+    int result = fd < 0 ? negative_errno() : close_with(fd, read_all(fd, copy));
     if (result != 0)
         copy->length = 0;
-    terminate_lines(copy);
-    return result;
+    split_lines(copy);
+    return result == -ENOENT ? 0 : result;
 }
 
 // The first line of key, or the empty span at the end of the text when there is none.
 static span find_line(const section_copy *copy, const char *key)
 {
     size_t key_length = strlen(key);
-    size_t start = 0;
-    while (start < copy->length) {
+    for (size_t i = copy->chains[chain_of(key)]; i != 0; i = copy->lines[i].next) {
+        size_t start = copy->lines[i].start;
         const char *line = copy->text + start;
-        size_t end = start + strlen(line) + 1;
         if (strncmp(line, key, key_length) == 0 && line[key_length] == '=')
-            return {start, end};
-        start = end;
+            return {start, start + strlen(line) + 1};
     }
-    return {start, start};
+    return {copy->length, copy->length};
 }
 
 static bool is_valid_pair(const char *key, const char *value)
@@ -153,7 +189,7 @@ static int write_text(int fd, section_copy *copy)
             copy->text[i] = '\n';
     }
     int result = write_bytes(fd, copy->text, copy->length);
-    terminate_lines(copy);
+    split_lines(copy);
     if (result != 0)
         return result;
     return fsync(fd) == 0 ? 0 : negative_errno();

@@ -68,6 +68,11 @@ const reading READINGS[] = {
     {"shorter key with the same beginning", "A=1\nAB=2\n", "AB", "2"},
     {"case counts", "a=1\n", "A", ""},
     {"line without an equals sign", "A\nA=1\n", "A", "1"},
+    {"equals sign in the key asked for", "A=b=c\n", "A=b", "c"},
+    {"no key", "A=1\n=2\n", "", "2"},
+    {"another key of the same sum", "BB=1\nAa=2\n", "Aa", "2"},
+    {"first of two lines wins, between others of the same sum", "BB=1\nAa=2\nBB=3\nAa=4\n", "Aa",
+     "2"},
     {"key in the middle of a value", "B=A=1\n", "A", ""},
     {"empty lines", "\n\n\nA=1\n\n", "A", "1"},
     {"bytes beyond ASCII", "A=\xc3\xa9\xff\n", "A", "\xc3\xa9\xff"},
@@ -93,6 +98,17 @@ TEST_F(nvram, reads_a_missing_file_as_empty)
     EXPECT_EQ(nvram_init(1), 0);
     EXPECT_STREQ(nvram_bufget(1, "A"), "");
     EXPECT_FALSE(world.exists("/etc/nvram/1"));
+}
+
+TEST_F(nvram, forgets_a_file_that_is_gone)
+{
+    section("A=1\n");
+    nvram_init(1);
+    world.remove("/etc/nvram/1");
+    EXPECT_EQ(nvram_init(1), 0);
+    EXPECT_STREQ(nvram_bufget(1, "A"), "");
+    EXPECT_EQ(nvram_bufset(1, "B", "2"), 0);
+    EXPECT_EQ(section(), "B=2\n");
 }
 
 TEST_F(nvram, reads_a_section_that_was_not_opened)
@@ -163,6 +179,28 @@ TEST_F(nvram, takes_a_full_section_and_no_more)
     EXPECT_STREQ(nvram_bufget(1, "A"), "");
     EXPECT_EQ(nvram_bufset(1, "A", "1"), -EFBIG);
     EXPECT_EQ(section(), full + "C");
+}
+
+// As many lines as there can be, which are then as short as they can be.
+TEST_F(nvram, finds_every_line_of_a_full_section)
+{
+    std::string pairs;
+    for (int i = 0; pairs.size() < SECTION_MAX - 16; i++)
+        pairs += std::to_string(i) + "=" + std::to_string(i % 10) + "\n";
+    section(pairs);
+    nvram_init(1);
+    for (int i = 0; i < std::count(pairs.begin(), pairs.end(), '\n'); i++)
+        ASSERT_EQ(nvram_bufget(1, std::to_string(i).c_str()), std::to_string(i % 10));
+
+    std::string shortest;
+    while (shortest.size() < SECTION_MAX)
+        shortest += "=\n";
+    section(shortest);
+    EXPECT_EQ(nvram_init(1), 0);
+    EXPECT_STREQ(nvram_bufget(1, "A"), "");
+    section(shortest.substr(0, SECTION_MAX - 4) + "\nA=1");
+    EXPECT_EQ(nvram_init(1), 0);
+    EXPECT_STREQ(nvram_bufget(1, "A"), "1");
 }
 
 TEST_F(nvram, reports_what_it_cannot_read)
