@@ -3,6 +3,7 @@
 #include "firewall/filter_lists.h"
 #include "firewall/rule_table.h"
 #include "firewall/switches.h"
+#include "util/process.h"
 
 static int mac_filters(FILE *file, const rule_values &values)
 {
@@ -94,6 +95,6 @@ int filter_setting_morvi(const char *lan_if, const char *lan_ip, const char *wan
     const rule_values values = {lan_if, lan_ip, "", wan_if, accept_target, drop_target};
     if (write_rule_file(FILTER_RULES, filter_rows, values) != 0)
         return -1;
-    load_rule_file(FILTER_RULES);
+    run_tool("iptables-restore", FILTER_RULES);
     return 0;
 }

@@ -38,6 +38,7 @@ int write_rule_file(const char *path, const rule_row (&rows)[N], const rule_valu
     return write_rule_file(path, rows, N, values);
 }
 
-// Have iptables-restore replace the table by what the rule file path holds. Returns the wait status
-// of the command. A file that it refuses leaves the table as it was.
+// Have iptables-restore replace the table by what the rule file path holds, by a line for the
+// shell. (The filter table, the first that lists make long, does without one: filter_table.cpp.)
+// Returns the wait status of the command. A file that it refuses leaves the table as it was.
 int load_rule_file(const char *path);

@@ -60,6 +60,7 @@ constexpr std::string_view tools[] = {
     "/etc/init.d/scripts/resolv",
     "brctl",
     "iptables",
+    "iptables-restore",
     "killall",
     "pppd",
     "sys_netbase",

@@ -207,7 +207,7 @@ struct loaded_file {
 
 static const loaded_file loaded_files[] = {
     {"shell iptables-restore /tmp/nat_rules", "/tmp/nat_rules", true},
-    {"shell iptables-restore /tmp/filter_rules", "/tmp/filter_rules", true},
+    {"run iptables-restore /tmp/filter_rules", "/tmp/filter_rules", true},
     {"shell iptables-restore /tmp/mangle_rules", "/tmp/mangle_rules", false},
     {"run pppd call wan1", "/etc/ppp/peers/wan1", false},
     {"run xl2tpd", "/etc/xl2tpd.conf", false},

@@ -94,7 +94,7 @@ TEST_F(firewall_command, without_settings_has_everything_on_but_the_mac_filter)
         log firewall_update: tr_ports_enable=1, ddos_enable=1, wan_ping_enable=1
         log firewall_update: mac_enable=0, url_enable=1
         shell iptables-restore /tmp/nat_rules
-        shell iptables-restore /tmp/filter_rules
+        run iptables-restore /tmp/filter_rules
         shell iptables-restore /tmp/mangle_rules
     )",
                  support::without(seen.trace, {"ioctl", "log get_"}));
@@ -226,7 +226,7 @@ TEST_F(firewall_command, goes_on_when_a_table_is_refused)
     EXPECT_EQ(seen.out, PROGRESS);
     EXPECT_TRACE(R"(
         shell iptables-restore /tmp/nat_rules
-        shell iptables-restore /tmp/filter_rules
+        run iptables-restore /tmp/filter_rules
         shell iptables-restore /tmp/mangle_rules
     )",
                  box.trace_of({"shell", "run"}));
@@ -257,14 +257,14 @@ TEST_P(unwritable_rule_file, leaves_out_its_table_only)
 INSTANTIATE_TEST_SUITE_P(
     files, unwritable_rule_file,
     testing::Values(unwritable_case{"nat", NAT,
-                                    "shell iptables-restore /tmp/filter_rules\n"
+                                    "run iptables-restore /tmp/filter_rules\n"
                                     "shell iptables-restore /tmp/mangle_rules\n"},
                     unwritable_case{"filter", FILTER,
                                     "shell iptables-restore /tmp/nat_rules\n"
                                     "shell iptables-restore /tmp/mangle_rules\n"},
                     unwritable_case{"mangle", MANGLE,
                                     "shell iptables-restore /tmp/nat_rules\n"
-                                    "shell iptables-restore /tmp/filter_rules\n"}),
+                                    "run iptables-restore /tmp/filter_rules\n"}),
     support::row_name);
 
 TEST_F(firewall_command, writes_its_files_anew_each_time)
@@ -310,7 +310,7 @@ class torn_list : public firewall_command, public ::testing::WithParamInterface<
 };
 
 constexpr char ALL_TABLES[] = "shell iptables-restore /tmp/nat_rules\n"
-                              "shell iptables-restore /tmp/filter_rules\n"
+                              "run iptables-restore /tmp/filter_rules\n"
                               "shell iptables-restore /tmp/mangle_rules\n";
 constexpr char WITHOUT_FILTER[] = "shell iptables-restore /tmp/nat_rules\n"
                                   "shell iptables-restore /tmp/mangle_rules\n";

@@ -82,7 +82,7 @@ TEST_F(firewall_command, rebuilds_the_tables_of_the_example_router)
         log /etc/default/httpd_access.conf: data[3] = any
         log /etc/default/httpd_access.conf: data[4] = DROP
         log get_haccess_filters: done
-        shell iptables-restore /tmp/filter_rules
+        run iptables-restore /tmp/filter_rules
         shell iptables-restore /tmp/mangle_rules
     )",
                  seen.trace);

@@ -90,7 +90,7 @@ const std::string FIREWALL =
     "log get_url_filters: done\n"
     "log get_haccess_filters: start\n"
     "log get_haccess_filters: done\n"
-    "shell iptables-restore /tmp/filter_rules\n"
+    "run iptables-restore /tmp/filter_rules\n"
     "shell iptables-restore /tmp/mangle_rules\n";
 
 const std::string END = "shell /etc/init.d/scripts/dnsmasq.rc start\n"
