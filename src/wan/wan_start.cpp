@@ -243,9 +243,11 @@ static void stop_entry(const json_t *entry)
 {
     iface_params params;
     get_iface_params_from_json(entry, &params);
-    bool was_recorded = is_link_recorded(params.iface);
-    if (strcmp(params.type, "dhcp") == 0)
+    bool was_recorded = false;
+    if (strcmp(params.type, "dhcp") == 0) {
+        was_recorded = is_link_recorded(params.iface);
         stop_dhcp(params.iface);
+    }
     const json_t *tunnels = get_entry_tunnels(entry, STOP_TAG, "stop");
     if (tunnels != nullptr)
         stop_tunnels(tunnels);
