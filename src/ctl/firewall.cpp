@@ -9,13 +9,20 @@
 #include "util/tool_output.h"
 #include "wan/ppp_link.h"
 
+#include <errno.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
 
 constexpr unsigned REBUILD_TIMEOUT_S = 300;
 constexpr unsigned TEST_TIMEOUT_S = 60;
 constexpr int JUMP_ROUNDS = 3;
+constexpr timespec BETWEEN_LOOKS = {0, 20 * 1000 * 1000};
 
 struct table {
     const char *name;
@@ -37,20 +44,6 @@ static bool is_log_mode(const char *word)
             return true;
     }
     return false;
-}
-
-// It always ends with 0; what it prints last tells that it has got so far.
-static bool rebuild(char **words)
-{
-    const char *const argv[] = {"firewall_update", words[0], words[1], words[2], nullptr};
-    int status = 0;
-    char *told = read_tool_output(argv, REBUILD_TIMEOUT_S, &status);
-    bool is_done = status == 0 && told != nullptr && strstr(told, "firewall done") != nullptr;
-    free(told);
-    if (!is_done)
-        printf("firewall_update has rebuilt nothing (status %d): has %s an address?\n", status,
-               words[0]);
-    return is_done;
 }
 
 // ---- the jumps
@@ -88,6 +81,70 @@ static bool put_jumps_right()
     }
     puts("the ways into the port forwards could not be put right");
     return false;
+}
+
+// ---- the rebuild
+
+// The rule file that is written next tells that the nat table is loaded, or refused.
+static timespec next_file_time()
+{
+    struct stat status = {};
+    return stat(FILTER_RULES, &status) == 0 ? status.st_mtim : timespec{};
+}
+
+static bool is_next_file_written(timespec before)
+{
+    timespec now = next_file_time();
+    return now.tv_sec != before.tv_sec || now.tv_nsec != before.tv_nsec;
+}
+
+[[noreturn]] static void watch(timespec before)
+{
+    alarm(REBUILD_TIMEOUT_S); // though nobody should be left to end it
+    while (!is_next_file_written(before))
+        nanosleep(&BETWEEN_LOOKS, nullptr);
+    put_jumps_right();
+    _exit(0);
+}
+
+// The other two tables take a while, in which nothing would find its way into the port forwards:
+// so a process beside it puts the jumps right as soon as the nat table is loaded. Without one they
+// wait for the end. Returns its number, or -1.
+static pid_t start_watcher(timespec before)
+{
+    fflush(stdout);
+    pid_t watcher = fork();
+    if (watcher == 0)
+        watch(before);
+    return watcher;
+}
+
+// By then it is at work, unless there was nothing to see.
+static void end_watcher(pid_t watcher, bool is_done)
+{
+    if (watcher < 0)
+        return;
+    if (!is_done)
+        kill(watcher, SIGKILL);
+    while (waitpid(watcher, nullptr, 0) < 0 && errno == EINTR)
+        continue;
+}
+
+// It always ends with 0; what it prints last tells that it has got so far.
+static bool rebuild(char **words)
+{
+    const char *const argv[] = {"firewall_update", words[0], words[1], words[2], nullptr};
+    int status = 0;
+    timespec before = next_file_time();
+    pid_t watcher = start_watcher(before);
+    char *told = read_tool_output(argv, REBUILD_TIMEOUT_S, &status);
+    end_watcher(watcher, is_next_file_written(before));
+    bool is_done = status == 0 && told != nullptr && strstr(told, "firewall done") != nullptr;
+    free(told);
+    if (!is_done)
+        printf("firewall_update has rebuilt nothing (status %d): has %s an address?\n", status,
+               words[0]);
+    return is_done;
 }
 
 // ---- what is loaded

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <string>
+#include <unistd.h>
 #include <vector>
 
 namespace
@@ -68,6 +69,21 @@ TEST_F(mctl_firewall, leads_recorded_links_into_the_port_forwards_once)
         EXPECT_EQ(count(rules("nat"), JUMP), 1u);
     }
     EXPECT_EQ(count(rules("nat"), "-A VSERVER "), 3u);
+}
+
+// While the filter table is still being loaded.
+TEST_F(mctl_firewall, leads_them_there_as_soon_as_the_nat_table_is_loaded)
+{
+    EXPECT_EQ(rebuild().status, 0);
+    box.on("wait /tmp/go run iptables-restore /tmp/filter_rules");
+    pid_t run = box.start({"mctl", "firewall", "br0", "vlan2", "none"});
+    for (int i = 0; i < 1000 && count(box.trace(), "-I PREROUTING") < 2; i++)
+        usleep(20000);
+    std::string meanwhile = rules("nat");
+    box.write("/tmp/go", "");
+    EXPECT_EQ(count(meanwhile, JUMP), 1u);
+    EXPECT_EQ(box.finish(run).status, 0);
+    EXPECT_EQ(count(rules("nat"), JUMP), 1u);
 }
 
 TEST_F(mctl_firewall, says_which_table_is_refused_and_by_which_settings_line)
