@@ -44,6 +44,27 @@ soon "the lights are green" lights off on
 address=$(ip -4 address show dev ppp1 | awk '$1 == "inet" { print $2 }')
 soon "the far side gets the host's page through the forward" gets far "$address:8080" "page of the host"
 
+step "the daemon is killed"
+check "mctl status is content before" mctl status
+kill -9 "$(head -n 1 /var/run/ppp-pppoe-wan1.pid)"
+soon "the interface is gone" test ! -e /sys/class/net/ppp1
+check "it says that the daemon is down" tells daemon-down
+ip -n switch link set to-isp down
+mctl heal > /tmp/healed 2>&1
+check "mctl heal has it dialled, and there is no answer" tells not-connected
+check "that is left alone" equal "" "$(mctl heal)"
+ip -n switch link set to-isp up
+soon "there is one, and the status is content" mctl status
+check "there is one jump" equal 1 "$(jumps)"
+
+step "its address is taken away"
+ip address flush dev ppp1
+check "it is told" tells no-address
+mctl heal > /tmp/healed 2>&1
+soon "mctl heal has it dialled anew, and the status is content" mctl status
+address=$(ip -4 address show dev ppp1 | awk '$1 == "inet" { print $2 }')
+check "the far side gets the host's page through the forward" gets far "$address:8080" "page of the host"
+
 step "stop"
 check "the daemon runs" runs "pppd call wan1"
 check "stop_wan succeeds" mcfg stop_wan
