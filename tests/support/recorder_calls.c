@@ -20,9 +20,34 @@
 
 enum recording box_recording = RECORDING_OFF;
 
+// Where time has 64 bits on a 32-bit machine, the headers give these calls other names, and those
+// by the plain names have other records.
+#ifdef __USE_TIME_BITS64
+static const char *real_name(const char *name)
+{
+    static const char *const names[][2] = {
+        {"clock_gettime", "__clock_gettime64"},
+        {"fcntl", "__fcntl_time64"},
+        {"fstat", "__fstat64_time64"},
+        {"gettimeofday", "__gettimeofday64"},
+        {"ioctl", "__ioctl_time64"},
+        {"time", "__time64"},
+    };
+    for (size_t i = 0; i < sizeof names / sizeof *names; i++)
+        if (strcmp(names[i][0], name) == 0)
+            return names[i][1];
+    return name;
+}
+#else
+static const char *real_name(const char *name)
+{
+    return name;
+}
+#endif
+
 void find_real(const char *name, void *function)
 {
-    void *found = dlsym(RTLD_NEXT, name);
+    void *found = dlsym(RTLD_NEXT, real_name(name));
     if (found == NULL) {
         dprintf(2, "recorder: the C library has no %s\n", name);
         _exit(125);
