@@ -5,5 +5,5 @@ set(budget
     #program stripped squashfs
     mcfg     53000    23000
     mmac     10000    4200
-    mctl     91000    42500
+    mctl     92000    43500
 )
