@@ -165,6 +165,7 @@ void check_line(const char *text)
 {
     const std::string line = text;
     here.lines.push_back(line);
+    here.commands.push_back(line);
     if (is_among(whole_lines, line))
         return;
     std::vector<std::string> words;
@@ -181,8 +182,12 @@ void check_tool(const char *const words[])
     if (!is_among(tools, words[0]))
         violated("no tool of ours: %s", words[0]);
     here.tools.emplace_back();
-    for (; *words != nullptr; words++)
+    std::string command;
+    for (; *words != nullptr; words++) {
         here.tools.back().push_back(*words);
+        command += (command.empty() ? "" : " ") + here.tools.back().back();
+    }
+    here.commands.push_back(command);
 }
 
 } // namespace fuzz

@@ -71,6 +71,7 @@ void reset_world()
     here.next = 0;
     here.lines.clear();
     here.tools.clear();
+    here.commands.clear();
     here.standard_output.clear();
     here.flash.clear();
     here.is_expecting = false;

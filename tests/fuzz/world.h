@@ -27,9 +27,11 @@ struct world {
     std::string answers;
     size_t next = 0;
 
-    // What was asked for, in order: command lines for the shell, and words of tools run without it.
+    // What was asked for, in order: command lines for the shell, words of tools run without it, and
+    // both in one list, the words with a blank between them.
     std::vector<std::string> lines;
     std::vector<std::vector<std::string>> tools;
+    std::vector<std::string> commands;
     std::string standard_output;
 
     // The flash as the driver gives it, at any offset.

@@ -104,9 +104,9 @@ class line_check
 void check_loading()
 {
     size_t next = 0;
-    for (const std::string &line : here.lines) {
-        if (next == 3 || line != tables[next++].loading)
-            violated("loaded out of turn: %s", line.c_str());
+    for (const std::string &command : here.commands) {
+        if (next == 3 || command != tables[next++].loading)
+            violated("loaded out of turn: %s", command.c_str());
     }
     if (next != 3)
         violated("%zu tables loaded", next);
@@ -133,7 +133,7 @@ void test_firewall(input &parts)
         violated("a status of firewall_update");
 
     if (here.standard_output.empty()) { // the LAN interface has no address
-        if (!here.lines.empty())
+        if (!here.commands.empty())
             violated("a table was loaded without an address");
         return;
     }
