@@ -37,8 +37,8 @@ static void split(list_entry *entry, const list_format &format, char *line)
         if (*line != '\0')
             *line++ = '\0';
         if (format.end == field_end::trimmed)
-            trim_r(text);
-        text_set(entry->field[i], text);
+            length = trimmed_length(text);
+        text_set(entry->field[i], text_piece{text, length});
         if (format.field_tag != nullptr)
             log_field(format.field_tag, i, entry->field[i]);
         separators = format.separators;
