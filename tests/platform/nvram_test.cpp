@@ -285,6 +285,7 @@ TEST_F(nvram, makes_the_store_of_a_new_router_for_root_only)
     EXPECT_EQ(nvram_bufset(1, "WPAPSK1", "secret"), 0);
     EXPECT_EQ(section(), "WPAPSK1=secret\n");
     EXPECT_EQ(world.mode("/etc/nvram/1"), 0600U);
+    EXPECT_EQ(world.mode("/etc/nvram"), 0755U);
 }
 
 TEST_F(nvram, keeps_the_mode_of_the_file)

@@ -3,6 +3,8 @@
 #include "support/unit_test.h"
 
 #include <errno.h>
+#include <stdlib.h>
+#include <string>
 
 namespace
 {
@@ -36,6 +38,18 @@ TEST_F(event_name, is_left_alone_without_one)
     char *argv[] = {program, nullptr};
     EXPECT_EQ(udhcpc_main(1, argv), EINVAL);
     EXPECT_STREQ(udhcpstate, "renew");
+}
+
+TEST_F(event_name, comes_with_values_of_63_characters)
+{
+    world.on("skip shell");
+    for (size_t length : {63, 64}) {
+        const std::string name(length, 'i');
+        setenv("interface", name.c_str(), 1);
+        run("deconfig");
+        EXPECT_TRUE(world.exists("/tmp/udhcpc." + std::string(63, 'i') + ".expires"));
+        world.remove("/tmp/udhcpc." + std::string(63, 'i') + ".expires");
+    }
 }
 
 } // namespace
