@@ -183,13 +183,17 @@ class Finder:
     visit_DefaultStmt = visit_CaseStmt
 
     def visit_SwitchStmt(self, node, around):
+        last = node["inner"][-1].get("inner", [{}])[-1]
+        while last.get("kind") in ("CaseStmt", "DefaultStmt"):
+            last = last["inner"][-1]
+        last["is_idle"] = last.get("kind") == "BreakStmt"  # it leaves what ends here anyway
         for child in node["inner"][:-1]:
             self.visit(child, around.but())
         self.visit(node["inner"][-1], around.but(is_followed=around.is_followed))
 
     def jump(self, node, around):
         begin, end = node["at"]
-        stop = None if begin is None else re.compile(r"\s*;").match(self.text, end)
+        stop = None if begin is None or node.get("is_idle") else re.compile(r"\s*;").match(self.text, end)
         if stop:
             self.add(STATEMENT, around, begin, stop.end(), "{}", f"{self.text_of(node)}; left out")
 
