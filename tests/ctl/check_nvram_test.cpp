@@ -20,6 +20,7 @@ TEST_P(nvram_code, is_raised_alone_and_not_by_its_neighbour)
 // clang-format off
 const code_case rows[] = {
     {"flag: of the radio", NVRAM_WIRELESS, BASE_RADIO + "RadioOff=2\n", 5, "RadioOff", BASE_RADIO + "RadioOff=1\n"},
+    {"flag: of the authenticator", NVRAM_WIRELESS, BASE_RADIO + "IEEE8021X=0 0\n", 5, "IEEE8021X", BASE_RADIO + "IEEE8021X=0;0\n"},
     {"section-full", NVRAM_DEVICE, "ethaddr=00:0A:EB:11:22:30\nx=" + std::string(65536 - 28, 'x') + "\n", 0, "-",
      "ethaddr=00:0A:EB:11:22:30\nx=" + std::string(65536 - 29, 'x') + "\n"},
     {"nvram-line", NVRAM_DEVICE, "ethaddr=00:0A:EB:11:22:30\npin\n", 2, "-", "ethaddr=00:0A:EB:11:22:30\npin=\n"},

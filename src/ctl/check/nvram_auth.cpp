@@ -176,20 +176,22 @@ void judge_auth(const nvram_section &section, const nvram_line &line)
         judge_ciphers(section, line);
 }
 
-static bool has_item(const char *list, const char *wanted)
+// Whether the list has nothing but a 0 or a 1, or nothing at all, for each network.
+static bool is_flag_list(const char *list)
 {
-    for (const char *item = list; item != nullptr; item = strchr(item, ';')) {
-        item += *item == ';' ? 1 : 0;
-        size_t length = strcspn(item, ";");
-        if (length == strlen(wanted) && strncmp(item, wanted, length) == 0)
-            return true;
+    for (const char *p = list; *p != '\0'; p++) {
+        bool is_second = p > list && p[-1] != ';';
+        if (*p != ';' && (is_second || (*p != '0' && *p != '1')))
+            return false;
     }
-    return false;
+    return true;
 }
 
 void judge_8021x(const nvram_section &section, const nvram_line &line)
 {
-    if (has_item(line.value, "1") && strcmp(line.value, "1") != 0)
+    if (!is_flag_list(line.value))
+        tell(section, line, code::flag, line.value);
+    else if (strchr(line.value, '1') != nullptr && strcmp(line.value, "1") != 0)
         tell(section, line, code::auth_list, "IEEE8021X 1");
 }
 

@@ -2,6 +2,7 @@
 
 #include "ctl/heal/steps.h"
 #include "ctl/record_lock.h"
+#include "ctl/status/judge.h"
 #include "ctl/status/look.h"
 
 #include <errno.h>

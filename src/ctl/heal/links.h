@@ -2,7 +2,8 @@
 // undoes them.
 #pragma once
 
-#include "ctl/status/judge.h"
+#include "ctl/status/link_status.h"
+#include "ctl/status/look.h"
 
 // Undo what the store holds of the link over iface, as its own end would.
 void undo_recorded_link(const char *iface, const json_t *record);

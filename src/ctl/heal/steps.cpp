@@ -5,6 +5,7 @@
 #include "ctl/status/locks.h"
 #include "ctl/status/processes.h"
 #include "ctl/status/status.h"
+#include "ctl/status/tunnel_daemons.h"
 #include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "util/link_state.h"

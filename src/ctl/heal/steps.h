@@ -1,7 +1,8 @@
 // The steps that mend: one routine for each reason that mctl heal takes on.
 #pragma once
 
-#include "ctl/status/judge.h"
+#include "ctl/status/link_status.h"
+#include "ctl/status/look.h"
 
 struct healing {
     const look *at;

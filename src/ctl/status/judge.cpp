@@ -1,27 +1,11 @@
 #include "ctl/status/judge.h"
 
 #include "config/json_access.h"
+#include "ctl/status/judges.h"
 #include "util/text.h"
 #include "wan/tunnels.h"
 
 #include <string.h>
-
-const char *subject_name(subject what)
-{
-    static const char *const names[] = {"lan", "wan", "tunnel", "other", "router"};
-    return names[static_cast<size_t>(what)];
-}
-
-void add_reason(link_status *link, reason id, const char *detail)
-{
-    if (link->reasons == REASONS_OF_LINK_MAX)
-        return;
-    if (link->reasons == 0)
-        link->state = text_of(id).state;
-    found_reason &found = link->reason_of[link->reasons++];
-    found.id = id;
-    text_set(found.detail, detail);
-}
 
 // Names come from settings and a store that anyone may have edited.
 static void show_text(char (&out)[SHOWN_NAME_MAX], const json_t *object, const char *key)

@@ -2,77 +2,7 @@
 // store knows, and the router as a whole, with a state and the reasons for it.
 #pragma once
 
+#include "ctl/status/link_status.h"
 #include "ctl/status/look.h"
-#include "ctl/status/reasons.h"
-
-#include <jansson.h>
-#include <stddef.h>
-
-struct found_reason {
-    reason id;
-    char detail[REASON_DETAIL_MAX];
-};
-
-enum class subject : unsigned char {
-    lan,
-    wan,
-    tunnel,
-    other,  // a record without an entry, such as a modem's
-    router, // all that is nobody's in particular
-};
-
-const char *subject_name(subject what);
-
-constexpr size_t REASONS_OF_LINK_MAX = 6;
-constexpr size_t SHOWN_NAME_MAX = 32;
-
-struct link_status {
-    subject what;
-    char name[SHOWN_NAME_MAX]; // as it may be shown, whatever Config holds
-    char iface[SHOWN_NAME_MAX];
-    char type[SHOWN_NAME_MAX];
-    bool is_wanted;
-    link_state state;
-    size_t reasons;
-    found_reason reason_of[REASONS_OF_LINK_MAX];
-
-    // What the reasons come from. The documents are the look's.
-    int position;          // of the WAN entry, from 1; of a tunnel the one below it; else 0
-    const json_t *entry;   // of Config
-    const json_t *below;   // the WAN entry of a tunnel
-    const json_t *record;  // of the store
-    int process;           // of client or daemon, 0 for none
-    in_addr_t expected_be; // the address whose jump is right, 0 for none
-};
-
-constexpr size_t LINKS_MAX = 64;
-
-struct router_status {
-    size_t links;
-    link_status link[LINKS_MAX]; // the router itself is the last
-    bool is_cut;                 // there are more
-    bool is_well;                // nobody has a reason
-};
 
 void judge(const look &at, router_status *status);
-
-// For the judges of one subject each. The first reason decides the state.
-void add_reason(link_status *link, reason id, const char *detail = "");
-void judge_lan(const look &at, link_status *lan);
-void judge_wan(const look &at, link_status *wan);
-// wan is the entry below it, judged already.
-void judge_tunnel(const look &at, const link_status &wan, bool is_dialled, link_status *tunnel);
-void judge_other(const look &at, link_status *other);
-void judge_router(const look &at, const router_status &status, link_status *router);
-
-// Whether a daemon of one of the entry's tunnels runs.
-bool has_tunnel_daemon(const json_t *wan_entry);
-
-// The record of a tunnel, by type and name as pppd's handler stores it; null for none.
-const json_t *find_tunnel_record(const look &at, const json_t *tunnel);
-
-// How reasons that several have are found.
-void judge_route(const look &at, link_status *link, in_addr_t gateway_be);
-void judge_jumps(const look &at, link_status *link);
-// Whether the interface of the link is there, up and connected; else the reason is added.
-bool judge_interface(const look &at, link_status *link);

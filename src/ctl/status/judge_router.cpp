@@ -1,6 +1,6 @@
 #include "config/document.h"
 #include "config/source_formats.h"
-#include "ctl/status/judge.h"
+#include "ctl/status/judges.h"
 #include "ctl/status/locks.h"
 #include "firewall/tables.h"
 #include "util/link_state.h"

@@ -1,0 +1,16 @@
+// The daemons of tunnels, and what they have recorded.
+#pragma once
+
+#include "ctl/status/look.h"
+
+#include <jansson.h>
+
+// The name of the program that dials the tunnel, and its process, 0 for none.
+const char *daemon_of(const json_t *tunnel);
+int find_daemon(const json_t *tunnel);
+
+// Whether a daemon of one of the entry's tunnels runs.
+bool has_tunnel_daemon(const json_t *wan_entry);
+
+// The record of a tunnel, by type and name as pppd's handler stores it; null for none.
+const json_t *find_tunnel_record(const look &at, const json_t *tunnel);
