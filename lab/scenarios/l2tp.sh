@@ -42,12 +42,3 @@ step "start again"
 check "start_wan succeeds" mcfg start_wan
 patience=60 soon "the tunnel has an address again" sh -c "ip -4 address | grep 'inet 10.8.0.1[0-9] peer 10.8.0.1/32'"
 soon "the host pings work through the tunnel" pings host 10.8.0.1
-
-step "the daemon is killed"
-mctl heal > /tmp/healed 2>&1 # of what the stop has left, see above
-soon "mctl status is content before" mctl status
-kill -9 "$(cat /var/run/xl2tpd.pid)"
-soon "the record is gone" not is_linked work
-check "mctl status says that the daemon is down" tells daemon-down
-mctl heal > /tmp/healed 2>&1
-patience=60 soon "mctl heal has it dialled, and the status is content" mctl status
