@@ -26,13 +26,27 @@ constexpr sub_command sub_commands[] = {
     {"report", "", "tell all that a bug report needs, without secrets", report_main},
 };
 
+static void explain(FILE *to, const sub_command &row)
+{
+    fprintf(to, "  %s%s%s\n      %s\n", row.name, row.arguments[0] != '\0' ? " " : "",
+            row.arguments, row.purpose);
+}
+
 static int usage(FILE *to, int status)
 {
     fputs("usage: mctl COMMAND [OPTION...]\n", to);
     for (const sub_command &row : sub_commands)
-        fprintf(to, "  %s%s%s\n      %s\n", row.name, row.arguments[0] != '\0' ? " " : "",
-                row.arguments, row.purpose);
+        explain(to, row);
     return status;
+}
+
+static int run(const sub_command &row, int count, char **words)
+{
+    if (count == 0 || strcmp(words[0], "--help") != 0)
+        return row.run(count, words);
+    fputs("usage: mctl\n", stdout);
+    explain(stdout, row);
+    return 0;
 }
 
 int mctl_main(int argc, char **argv)
@@ -43,7 +57,7 @@ int mctl_main(int argc, char **argv)
         return usage(stdout, 0);
     for (const sub_command &row : sub_commands) {
         if (strcmp(row.name, argv[1]) == 0)
-            return row.run(argc - 2, argv + 2);
+            return run(row, argc - 2, argv + 2);
     }
     fprintf(stderr, "mctl: no command \"%s\"\n", argv[1]);
     return usage(stderr, 2);

@@ -193,6 +193,11 @@ TEST_P(mctl_usage, ends_with_its_status)
 INSTANTIATE_TEST_SUITE_P(rows, mctl_usage, testing::Values(
     usage_case{"nothing", "", 2},
     usage_case{"help", "--help", 0},
+    usage_case{"help_of_check", "check --help", 0},
+    usage_case{"help_of_status", "status --help", 0},
+    usage_case{"help_of_firewall", "firewall --help", 0},
+    usage_case{"help_of_heal", "heal --help", 0},
+    usage_case{"help_of_report", "report --help", 0},
     usage_case{"other_command", "cheque", 2},
     usage_case{"other_option", "check --rot /", 2},
     usage_case{"no_directory_given", "check --root", 2},
