@@ -90,23 +90,23 @@ static size_t chain_of(const char *text)
     return text_sum(text, '=') % CHAINS;
 }
 
-// Put the line at the end of its chain, as the first line of a key is the one that counts.
-static void chain_line(section_copy *copy, uint16_t number, size_t start)
-{
-    uint16_t *place = &copy->chains[chain_of(copy->text + start)];
-    while (*place != 0)
-        place = &copy->lines[*place].next;
-    *place = number;
-    copy->lines[number] = {static_cast<uint16_t>(start), 0};
-}
-
+// Each line goes to the end of its chain, as the first line of a key is the one that counts. The
+// ends are kept meanwhile: a store may hold thousands of lines of one chain.
 static void chain_lines(section_copy *copy)
 {
+    uint16_t *end[CHAINS];
+    for (size_t i = 0; i < CHAINS; i++)
+        end[i] = &copy->chains[i];
     memset(copy->chains, 0, sizeof(copy->chains));
     uint16_t number = 0;
     for (size_t start = 0; start < copy->length; start += strlen(copy->text + start) + 1) {
-        if (strchr(copy->text + start, '=') != nullptr)
-            chain_line(copy, ++number, start);
+        if (strchr(copy->text + start, '=') == nullptr)
+            continue;
+        size_t chain = chain_of(copy->text + start);
+        pair_line *line = &copy->lines[++number];
+        *line = {static_cast<uint16_t>(start), 0};
+        *end[chain] = number;
+        end[chain] = &line->next;
     }
 }
 

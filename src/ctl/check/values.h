@@ -61,7 +61,7 @@ bool parse_ports(const char *text, char separator, port_range *out);
 // Six bytes of two hexadecimal digits with colons between them.
 bool parse_mac_text(const char *text, unsigned char (&mac)[6]);
 
-// Printable ASCII without white space, and all of it UTF-8, respectively.
+// Whether text has a control character, such as a tab; and whether all of it is UTF-8.
 bool has_control_characters(const char *text);
 bool is_utf8(const char *text);
 
