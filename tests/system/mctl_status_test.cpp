@@ -267,8 +267,8 @@ const hostile HOSTILE[] = {
     {"Config is a directory", CONFIG, "(directory)", 2, "/var/run/Config is no plain file"},
     {"empty Config", CONFIG, "", 2, "/var/run/Config is no JSON"},
     {"half a Config", CONFIG, "{\"Network\":{\"Lan\":[{\"ifa", 2, "/var/run/Config is no JSON"},
-    {"Config of another kind", CONFIG, "[]", 2, "has not the entries"},
-    {"entries of another kind", CONFIG, "{\"Network\":{\"Lan\":[7],\"Wan\":[]}}", 2, "has not the entries"},
+    {"Config of another kind", CONFIG, "[]", 2, "an iface in each entry: mcfg set_config makes it"},
+    {"entries of another kind", CONFIG, "{\"Network\":{\"Lan\":[7],\"Wan\":[]}}", 2, "an iface in each entry: mcfg set_config makes it"},
     {"deep Config", CONFIG, std::string(100000, '['), 2, "/var/run/Config is no JSON"},
     {"long Config", CONFIG, "[\"" + std::string(1200000, 'x') + "\"]", 2, "/var/run/Config is "},
     {"a thousand entries", CONFIG, many_entries, 1, "more entries than can be shown"},
@@ -321,7 +321,8 @@ TEST_F(mctl, status_that_cannot_list_the_nat_table_says_so)
     box.on("exit 4 iptables -t nat -S");
     support::outcome seen = run({"status"});
     EXPECT_EQ(seen.status, 2);
-    EXPECT_EQ(seen.err, "mctl: cannot list the nat table: iptables ended with 4\n");
+    EXPECT_EQ(seen.err,
+              "mctl: cannot list the nat table: iptables -t nat -S ended with 4, is this root?\n");
 }
 
 struct usage_error {

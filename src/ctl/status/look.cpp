@@ -80,7 +80,9 @@ static bool look_at_config(look *at, char (&fault)[FAULT_MAX])
     }
     if (are_entries(config_entries(*at, "Lan")) && are_entries(config_entries(*at, "Wan")))
         return true;
-    text_format(fault, sizeof(fault), "%s has not the entries Network/Lan and Network/Wan",
+    text_format(fault, sizeof(fault),
+                "%s has not the lists Network/Lan and Network/Wan, an iface in each entry: "
+                "mcfg set_config makes it",
                 CONFIG_PATH);
     return false;
 }
@@ -110,7 +112,8 @@ bool look_around(look *at, char (&fault)[FAULT_MAX])
     }
     int status = look_at_nat(&at->nat);
     if (status != 0)
-        text_format(fault, sizeof(fault), "cannot list the nat table: iptables ended with %d",
+        text_format(fault, sizeof(fault),
+                    "cannot list the nat table: iptables -t nat -S ended with %d, is this root?",
                     status);
     return status == 0;
 }
