@@ -37,6 +37,20 @@ TEST(cli, runs_the_program)
     EXPECT_EQ(s.text, "---- outcome\nstatus 0\n");
 }
 
+TEST(cli, runs_another_program_of_the_build)
+{
+    said s = router_box("--program \"$(dirname " ROUTER_BOX ")/mctl\" --run mctl --outcome");
+    EXPECT_EQ(s.status, 0);
+    EXPECT_EQ(s.text.substr(0, s.text.find("check")), "---- outcome\nstatus 2\n") << s.text;
+}
+
+TEST(cli, says_which_program_it_cannot_start)
+{
+    said s = router_box("--program /no/mctl --run mctl");
+    EXPECT_EQ(s.status, 1);
+    EXPECT_EQ(s.text, "router-box: cannot start /no/mctl: No such file or directory\n");
+}
+
 TEST(cli, takes_variables_from_a_dump_and_sets_others_besides)
 {
     char dump[] = "/tmp/env-dump-XXXXXX";

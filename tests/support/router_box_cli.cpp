@@ -3,15 +3,19 @@
 #include "support/enter.h"
 #include "support/env_dump.h"
 #include "support/router_box.h"
+#include "support/world_root.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <unistd.h>
 
 namespace
 {
@@ -82,13 +86,19 @@ void show_text(const std::string &text)
     std::cout << text << (text.empty() || text.back() == '\n' ? "" : "\n");
 }
 
+// A path of this machine from its root, or as it stands when there is nothing.
+std::string absolute(const std::string &path)
+{
+    char *real = realpath(path.c_str(), nullptr);
+    std::string result = real != nullptr ? real : path;
+    free(real);
+    return result;
+}
+
 void copy_in(visit &v, const std::string &value)
 {
     auto [from, to] = halves(value, ':');
-    char *real = realpath(from.c_str(), nullptr);
-    std::string directory = real != nullptr ? real : from;
-    free(real);
-    v.box.copy_in(directory, to);
+    v.box.copy_in(absolute(from), to);
 }
 
 void write_file(visit &v, const std::string &value)
@@ -213,10 +223,10 @@ const option options[] = {
 void show_help()
 {
     std::cout
-        << "usage: router-box OPTION...\n"
+        << "usage: router-box [--program HOSTFILE] OPTION...\n"
            "       router-box --enter NUMBER [COMMAND]   a shell in a world that was kept\n"
-           "Runs mcfg in a private world, where nothing reaches this machine. The options are\n"
-           "carried out in order:\n";
+           "Runs mcfg, or the program named (such as build/mctl) in its place, in a private\n"
+           "world, where nothing reaches this machine. The options are carried out in order:\n";
     for (const option &o : options) {
         std::string name = std::string(o.name) + (o.value != nullptr ? " " : "");
         name += o.value != nullptr ? o.value : "";
@@ -232,10 +242,23 @@ const option &find_option(const std::string &name)
     throw std::invalid_argument("unknown option \"" + name + "\" (see --help)");
 }
 
+// The program that all runs start, when the first option names one, otherwise mcfg.
+std::string program_named(int argc, char **argv)
+{
+    if (std::string(argv[1]) != "--program")
+        return support::program_of_build("mcfg");
+    if (argc == 2)
+        throw std::invalid_argument("--program needs HOSTFILE");
+    if (access(argv[2], X_OK) != 0)
+        throw std::invalid_argument("cannot start " + std::string(argv[2]) + ": " +
+                                    strerror(errno));
+    return absolute(argv[2]);
+}
+
 void apply_all(int argc, char **argv)
 {
-    visit v;
-    for (int i = 1; i < argc; i++) {
+    visit v{support::router_box(program_named(argc, argv)), {}, {}};
+    for (int i = std::string(argv[1]) == "--program" ? 3 : 1; i < argc; i++) {
         const option &o = find_option(argv[i]);
         if (o.value != nullptr && i + 1 == argc)
             throw std::invalid_argument(std::string(o.name) + " needs " + o.value);
