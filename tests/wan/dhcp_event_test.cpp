@@ -43,7 +43,7 @@ TEST_F(event_name, is_left_alone_without_one)
 TEST_F(event_name, comes_with_values_of_63_characters)
 {
     world.on("skip shell");
-    for (size_t length : {63, 64}) {
+    for (size_t length : {size_t(63), size_t(64)}) {
         const std::string name(length, 'i');
         setenv("interface", name.c_str(), 1);
         run("deconfig");
