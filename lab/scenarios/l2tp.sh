@@ -27,6 +27,15 @@ step "traffic"
 check "the host gets a lease" lease host
 check "the host pings work through the tunnel" pings host 10.8.0.1
 
+step "its daemon is killed"
+check "mctl status is content before" mctl status
+kill -9 "$(cat /var/run/xl2tpd.pid)"
+patience=60 soon "mctl status says that it is down" tells daemon-down
+mctl heal > /tmp/healed 2>&1
+patience=90 soon "mctl heal has it dialled, and the status is content" mctl status
+soon "the host pings work through the tunnel" pings host 10.8.0.1
+check "the pppd of the daemon before is gone" equal 1 "$(ps | grep -c 'pppd.*/etc/ppp/peers/[w]ork')"
+
 step "stop"
 check "the daemon runs" runs "xl2tpd"
 check "stop_wan succeeds" mcfg stop_wan

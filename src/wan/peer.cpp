@@ -10,8 +10,6 @@
 #include <string.h>
 #include <sys/stat.h>
 
-constexpr size_t PEER_PATH_MAX = 80;
-
 static void write_option(FILE *file, const char *option, const char *value)
 {
     fprintf(file, "%s ", option);
@@ -167,7 +165,7 @@ int start_pppd(const ppp_params *params, const json_t *)
     if (check_path_part(params->name) != 0)
         return -1;
     char path[PEER_PATH_MAX];
-    text_format(path, sizeof(path), "/etc/ppp/peers/%s", params->name);
+    format_peer_path(path, params->name);
     FILE *file = open_private(path);
     if (file == nullptr) {
         perror(path);

@@ -2,8 +2,17 @@
 #pragma once
 
 #include "config/params.h"
+#include "util/text.h"
 
 #include <jansson.h>
+
+constexpr size_t PEER_PATH_MAX = 80;
+
+// Write the path of the tunnel's peer file. A longer one is cut.
+inline void format_peer_path(char (&path)[PEER_PATH_MAX], const char *name)
+{
+    text_format(path, sizeof(path), "/etc/ppp/peers/%s", name);
+}
 
 // Write the tunnel's peer file /etc/ppp/peers/NAME (a new one is readable by its owner only: it
 // holds the password) and run the daemon: "pppd call NAME", or for type "l2tp" xl2tpd, after

@@ -126,22 +126,23 @@ TEST_F(status_reason, daemon_down)
 class dialling_pppd
 {
   public:
-    explicit dialling_pppd(const char *peer)
+    explicit dialling_pppd(const char *peer, const char *before = "call")
     {
         EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
         process = fork();
         if (process == 0) {
             dup2(ends[0], STDIN_FILENO);
-            execl("/bin/sh", "pppd", "-c", "read line", "call", peer, nullptr);
+            execl("/bin/sh", "pppd", "-c", "read line", before, peer, nullptr);
             _exit(127);
         }
         close(ends[0]);
         std::string words;
-        while (words.find("call") == std::string::npos) {
+        while (words.find(before) == std::string::npos) {
             std::ifstream file("/proc/" + std::to_string(process) + "/cmdline");
             words.assign(std::istreambuf_iterator<char>(file), {});
         }
     }
+    std::string number() const { return std::to_string(process); }
     ~dialling_pppd()
     {
         close(ends[1]); // it reads the end, and ends
@@ -265,6 +266,22 @@ TEST_F(status_reason, no_address_of_a_tunnel_that_is_dialled)
     expect({"wan1 odd: no-address"});
     EXPECT_EQ(heal(1), "wan1: take back what is recorded of ppp1\n");
     expect({"wan1 dialling: not-connected"});
+}
+
+// Its pppd outlives it, and would look for its terminal for good.
+TEST_F(status_reason, daemon_down_with_the_pppd_of_an_xl2tpd_that_is_gone)
+{
+    world.write("/etc/default/ppp-peers",
+                "work l2tp 1 home@work.example.com third-secret 198.51.100.10 3\n");
+    set_config(1);
+    lease();
+    expect({"work down: daemon-down"});
+    dialling_pppd another("/etc/ppp/peers/work2", "file");
+    dialling_pppd left("/etc/ppp/peers/work", "file");
+    EXPECT_EQ(heal(1), "work: end the pppd that its xl2tpd has left\nwork: dial it\n");
+    EXPECT_NE(steps().find("kill " + left.number() + " SIGTERM\n"), std::string::npos) << steps();
+    EXPECT_EQ(steps().find("kill " + another.number()), std::string::npos) << steps();
+    EXPECT_NE(steps().find("run xl2tpd\n"), std::string::npos) << steps();
 }
 
 // Tunnels over a WAN that is gone are ended with it; over one that has its address they may work.

@@ -101,9 +101,18 @@ static bool start_client(const healing &h, const link_status &wan, const found_r
     return start_wan(h, wan);
 }
 
+// It would look for its terminal for good, which may be another's soon.
+static void end_left_pppd(const healing &h, const link_status &tunnel)
+{
+    int number = find_left_pppd(tunnel.entry);
+    if (number != 0 && step(h, tunnel, "end the pppd that its xl2tpd has left"))
+        kill(number, SIGTERM);
+}
+
 static bool start_daemon(const healing &h, const link_status &tunnel, const found_reason &)
 {
     undo(h, tunnel);
+    end_left_pppd(h, tunnel);
     if (!json_is_true(json_object_get(tunnel.entry, "auto")))
         return true;
     if (step(h, tunnel, "dial it")) {

@@ -2,6 +2,7 @@
 
 #include "config/json_access.h"
 #include "ctl/status/processes.h"
+#include "wan/peer.h"
 #include "wan/tunnels.h"
 
 #include <string.h>
@@ -33,6 +34,16 @@ int find_daemon(const json_t *tunnel)
     if (found == 0 && !is_l2tp(tunnel) && name[0] != '\0')
         found = find_process_by_words("pppd", "call", name);
     return found;
+}
+
+// xl2tpd starts it with the words "file PEER-FILE".
+int find_left_pppd(const json_t *tunnel)
+{
+    if (!is_l2tp(tunnel) || find_daemon(tunnel) != 0)
+        return 0;
+    char path[PEER_PATH_MAX];
+    format_peer_path(path, text_of(tunnel, "name"));
+    return find_process_by_words("pppd", "file", path);
 }
 
 bool has_tunnel_daemon(const json_t *wan_entry)

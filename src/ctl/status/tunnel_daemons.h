@@ -9,6 +9,9 @@
 const char *daemon_of(const json_t *tunnel);
 int find_daemon(const json_t *tunnel);
 
+// A pppd that an xl2tpd has left, which ended and did not end it, or 0; 0 of other tunnels.
+int find_left_pppd(const json_t *tunnel);
+
 // Whether a daemon of one of the entry's tunnels runs.
 bool has_tunnel_daemon(const json_t *wan_entry);
 
