@@ -130,16 +130,9 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
         return text;
     }
 
-    // What is told of the row, to the letter: below its name in the fixture, up to an empty line.
     std::string expected_text()
     {
-        const std::string all = "\n\n" + world.fixture("ctl/check_texts");
-        const std::string head = std::string("\n\n") + GetParam().name + "\n";
-        size_t begin = all.find(head);
-        if (begin == std::string::npos)
-            return "not in the fixture";
-        begin += head.size();
-        return all.substr(begin, all.find("\n\n", begin) + 1 - begin);
+        return support::part_of(world.fixture("ctl/check_texts"), GetParam().name);
     }
 
     static std::string expected()

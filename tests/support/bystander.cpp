@@ -18,6 +18,9 @@ namespace support
 pid_t start_bystander(bool ignore_term, const std::string &name)
 {
     sigset_t all, mask;
+    int made[2];
+    if (pipe2(made, O_CLOEXEC) != 0)
+        fail("pipe");
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &mask); // a signal must not find it half made
     pid_t child = fork();
@@ -37,7 +40,12 @@ pid_t start_bystander(bool ignore_term, const std::string &name)
             pause();
     }
     sigprocmask(SIG_SETMASK, &mask, nullptr);
-    if (child < 0)
+    close(made[1]);
+    // It closes its end when it has its name, by which it may be looked for.
+    char nothing;
+    ssize_t end = child < 0 ? 0 : read(made[0], &nothing, 1);
+    close(made[0]);
+    if (child < 0 || end != 0)
         fail("fork");
     return child;
 }

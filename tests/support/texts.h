@@ -68,4 +68,17 @@ template <class Writer> std::string written(Writer write)
     return result;
 }
 
+// What a text of several parts, such as a fixture, has of the part of that name: the lines below a
+// line with the name, up to an empty line.
+inline std::string part_of(const std::string &text, const std::string &name)
+{
+    const std::string all = "\n\n" + text;
+    const std::string head = "\n\n" + name + "\n";
+    size_t begin = all.find(head);
+    if (begin == std::string::npos)
+        return "there is no part \"" + name + "\"\n";
+    begin += head.size();
+    return all.substr(begin, all.find("\n\n", begin) + 1 - begin);
+}
+
 } // namespace support
