@@ -25,15 +25,6 @@ const files DHCP_WAN = {{INTERFACES, with_wan(DHCP)}};
 const files STATIC_WAN = {{INTERFACES, with_wan(STATIC)}};
 const files NIGHT = {{SCHEDULES, "night 1 - 1111111 22000600 -\nholiday 0 - 0111110 08001200 -\n"}};
 
-class settings_code : public code_test
-{
-};
-
-TEST_P(settings_code, is_raised_alone_and_not_by_its_neighbour)
-{
-    expect_alone();
-}
-
 // clang-format off
 const code_case rows[] = {
     {"missing", RULES, NO_FILE, 0, "-", ""},
@@ -222,10 +213,23 @@ const code_case rows[] = {
 
     {"peers-unheard", PEERS, WAN1, 0, "-", "# none\n", {{INTERFACES, LAN + WIMAX_OFF}}},
     {"switches-unread", UPNP, "UPNP_ENABLE=0\n", 1, "UPNP_ENABLE", "UPNP_ENABLE=1\n", {{IGMP, NO_FILE}}},
-    {"too-large", RULES, std::string(1024 * 1024, '\n') + "DROP a - - - - - - -\n", 0, "-", std::string(1024 * 1024, '\n')},
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(rows, settings_code, testing::ValuesIn(rows), support::row_name);
+const code_case large_rows[] = {
+    {"too-large", RULES, std::string(1024 * 1024, '\n') + "DROP a - - - - - - -\n", 0, "-", std::string(1024 * 1024, '\n')},
+};
+
+using settings_code = code_test;
+
+TEST_F(settings_code, is_raised_alone_and_not_by_its_neighbour)
+{
+    expect_each_alone(rows);
+}
+
+TEST_F(settings_code, of_a_large_file_too)
+{
+    expect_each_alone(large_rows);
+}
 
 } // namespace

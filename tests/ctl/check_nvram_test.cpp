@@ -8,15 +8,6 @@ using namespace check_test;
 
 const std::string BASE_RADIO = "BssidNum=1\nSSID1=home\nAuthMode=OPEN\nEncrypType=NONE\n";
 
-class nvram_code : public code_test
-{
-};
-
-TEST_P(nvram_code, is_raised_alone_and_not_by_its_neighbour)
-{
-    expect_alone();
-}
-
 // clang-format off
 const code_case rows[] = {
     {"flag: of the radio", NVRAM_WIRELESS, BASE_RADIO + "RadioOff=2\n", 5, "RadioOff", BASE_RADIO + "RadioOff=1\n"},
@@ -63,6 +54,11 @@ const code_case rows[] = {
 };
 // clang-format on
 
-INSTANTIATE_TEST_SUITE_P(rows, nvram_code, testing::ValuesIn(rows), support::row_name);
+using nvram_code = code_test;
+
+TEST_F(nvram_code, is_raised_alone_and_not_by_its_neighbour)
+{
+    expect_each_alone(rows);
+}
 
 } // namespace

@@ -80,7 +80,8 @@ inline void write_good_settings(support::private_world *world, const std::string
     world->write(root + IP_FILTER, "MAC_FILTER_ENABLE=1\n");
 }
 
-class code_test : public support::unit_test, public testing::WithParamInterface<code_case>
+// All rows of a table in one world, whose settings are good again after each.
+class code_test : public support::unit_test
 {
   protected:
     void SetUp() override
@@ -89,23 +90,35 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
         write_good_settings(&world, "/");
     }
 
-    void expect_alone()
+    template <size_t N> void expect_each_alone(const code_case (&rows)[N])
     {
-        const std::string good_text = text_with(GetParam().good);
-        const std::string bad_text = text_with(GetParam().bad);
-        std::vector<std::string> good = findings(good_text);
-        std::vector<std::string> bad = without(findings(bad_text), good);
-        ASSERT_EQ(bad.size(), 1U) << testing::PrintToString(bad);
-        EXPECT_EQ(bad[0].substr(bad[0].find(':')), expected());
-        EXPECT_EQ(joined(without(support::lines_of(bad_text), support::lines_of(good_text))),
-                  expected_text());
-        EXPECT_EQ(without(good, bad), good) << "the neighbour has it too";
-        if (GetParam().also.empty()) {
-            EXPECT_EQ(good, std::vector<std::string>());
+        texts = world.fixture("ctl/check_texts");
+        for (const code_case &row : rows) {
+            SCOPED_TRACE(row.name);
+            expect_alone(row);
+            for (const auto &[path, content] : changed)
+                put(path, content);
+            changed.clear();
         }
     }
 
   private:
+    void expect_alone(const code_case &row)
+    {
+        const std::string good_text = text_with(row, row.good);
+        const std::string bad_text = text_with(row, row.bad);
+        std::vector<std::string> good = findings(good_text);
+        std::vector<std::string> bad = without(findings(bad_text), good);
+        ASSERT_EQ(bad.size(), 1U) << testing::PrintToString(bad);
+        EXPECT_EQ(bad[0].substr(bad[0].find(':')), head_of(row));
+        EXPECT_EQ(joined(without(support::lines_of(bad_text), support::lines_of(good_text))),
+                  support::part_of(texts, row.name));
+        EXPECT_EQ(without(good, bad), good) << "the neighbour has it too";
+        if (row.also.empty()) {
+            EXPECT_EQ(good, std::vector<std::string>());
+        }
+    }
+
     void put(const std::string &path, const std::string &content)
     {
         if (content == NO_FILE)
@@ -114,11 +127,17 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
             world.write(path, content);
     }
 
-    std::string text_with(const std::string &content)
+    void change(const std::string &path, const std::string &content)
     {
-        for (const auto &[path, other] : GetParam().also)
-            put(path, other);
-        put(GetParam().file, content);
+        changed.emplace(path, world.exists(path) ? world.read(path) : NO_FILE);
+        put(path, content);
+    }
+
+    std::string text_with(const code_case &row, const std::string &content)
+    {
+        for (const auto &[path, other] : row.also)
+            change(path, other);
+        change(row.file, content);
         return check().text;
     }
 
@@ -130,14 +149,8 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
         return text;
     }
 
-    std::string expected_text()
+    static std::string head_of(const code_case &row)
     {
-        return support::part_of(world.fixture("ctl/check_texts"), GetParam().name);
-    }
-
-    static std::string expected()
-    {
-        const code_case &row = GetParam();
         for (const code_row &code : code_rows) {
             if (row.code() == code.name)
                 return ":" + std::to_string(row.line) + ":" + row.field + ": " +
@@ -145,6 +158,9 @@ class code_test : public support::unit_test, public testing::WithParamInterface<
         }
         return "no such code";
     }
+
+    std::string texts;
+    files changed; // as they were before
 };
 
 } // namespace check_test
