@@ -79,7 +79,6 @@ static bool put_jumps_right()
         if (is_right)
             return true;
     }
-    puts("the ways into the port forwards could not be put right");
     return false;
 }
 
@@ -168,10 +167,12 @@ static bool is_loaded(const table &row)
     char difference[96] = "";
     int status = 0;
     char *listing = list_table(row.name, &status);
-    bool is_same = status == 0 && listing != nullptr &&
-                   is_as_generated(row.path, listing, difference, sizeof(difference));
+    bool is_listed = status == 0 && listing != nullptr;
+    bool is_same = is_listed && is_as_generated(row.path, listing, difference, sizeof(difference));
     free(listing);
-    if (is_same)
+    if (!is_listed)
+        printf("%s: cannot be listed: iptables ended with %d\n", row.name, status);
+    else if (is_same)
         printf("%s: loaded\n", row.name);
     else
         printf("%s: not as it was generated: %s\n", row.name, difference);
@@ -192,6 +193,8 @@ static bool run(char **words)
     if (!rebuild(words))
         return false;
     bool are_right = put_jumps_right();
+    if (!are_right)
+        puts("the ways into the port forwards could not be put right");
     return are_loaded() && are_right;
 }
 
