@@ -214,11 +214,11 @@ const code_case rows[] = {
     {"peers-unheard", PEERS, WAN1, 0, "-", "# none\n", {{INTERFACES, LAN + WIMAX_OFF}}},
     {"switches-unread", UPNP, "UPNP_ENABLE=0\n", 1, "UPNP_ENABLE", "UPNP_ENABLE=1\n", {{IGMP, NO_FILE}}},
 };
-// clang-format on
 
 const code_case large_rows[] = {
     {"too-large", RULES, std::string(1024 * 1024, '\n') + "DROP a - - - - - - -\n", 0, "-", std::string(1024 * 1024, '\n')},
 };
+// clang-format on
 
 using settings_code = code_test;
 
