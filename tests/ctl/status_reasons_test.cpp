@@ -219,14 +219,24 @@ TEST_F(status_reason, no_address)
     expect({"WAN dialling: no-lease"});
 }
 
-// The client, which has ended, is started again at once.
+// The client, which has ended, is started again at once. Pauses take no time here, so one has to
+// last until the client has dealt with its signal.
 TEST_F(status_reason, no_address_of_a_client_that_ends)
 {
     lease();
     ip("address flush dev vlan2");
+    world.on("wait /ended sleep 1");
+    pid_t watcher = fork();
+    if (watcher == 0) {
+        while (world.is_running(client))
+            usleep(1000);
+        world.write("/ended", "");
+        _exit(0);
+    }
     EXPECT_EQ(heal(1), "WAN: take back what is recorded of vlan2\n"
                        "WAN: end its client, which would not ask for an address again\n"
                        "WAN: start it: mcfg start_wan 1 0\n");
+    EXPECT_EQ(waitpid(watcher, nullptr, 0), watcher);
 }
 
 // An event that met the lock: the record is of the address before.
