@@ -101,23 +101,32 @@ class Trials:
 
     def run(self, mutant, program, names, cpu_s, wall_s):
         """Runs tests of a program. Returns None when all passed, the name of the first that failed, or "time"."""
-        if program == TESTS[0] and not mutant.is_fixed:
-            passed, out = self._serve(mutant, names, cpu_s, wall_s)
-        else:
-            passed, out = self._start(program, names, cpu_s, wall_s)
+        if program != TESTS[0] or mutant.is_fixed:
+            return self._first_failed(program, names, *self._start(program, names, cpu_s, wall_s))
+        served = [name for name in names if name not in self.unserved]
+        if served:
+            failed = self._first_failed(program, served, *self._serve(mutant, served, cpu_s, wall_s))
+            if failed not in (None, "time") and not self._can_be_served(failed):
+                return self.run(mutant, program, names, cpu_s, wall_s)
+            if failed:
+                return failed
+        alone = [name for name in names if name in self.unserved]
+        if not alone:
+            return None
+        return self._first_failed(program, alone, *self._start(program, alone, cpu_s, wall_s))
+
+    @staticmethod
+    def _first_failed(program, names, passed, out):
         if passed is None:
             return "time"
         if passed:
             return None
         failed = re.findall(r"^\[  FAILED  \] ([\w./]+)", out, re.MULTILINE) or \
             re.findall(r"^\[ RUN      \] ([\w./]+)", out, re.MULTILINE)[-1:]
-        name = failed[0] if failed else program
-        if program == TESTS[0] and not mutant.is_fixed and not self._can_be_served(name):
-            rest = [n for n in names if n not in self.unserved]
-            return self.run(mutant, program, rest, cpu_s, wall_s) if rest else None
-        return name
+        return failed[0] if failed else program
 
-    # A test that binds a directory of the machine fails in a child of the server, mutant or not: it tells nothing.
+    # A test that binds a directory of the machine fails in a child of the server, mutant or not: the program is started
+    # for it.
     def _can_be_served(self, name):
         if name not in self.served:
             sound = type(self).Sound()
