@@ -20,9 +20,9 @@
 
 enum recording box_recording = RECORDING_OFF;
 
-// Where time has 64 bits on a 32-bit machine, the headers give these calls other names, and those
-// by the plain names have other records.
-#ifdef __USE_TIME_BITS64
+// Where time has 64 bits on a 32-bit machine, the headers of glibc give these calls other names,
+// and those by the plain names have other records.
+#if defined(__GLIBC__) && defined(__USE_TIME_BITS64) && __TIMESIZE == 32
 static const char *real_name(const char *name)
 {
     static const char *const names[][2] = {
