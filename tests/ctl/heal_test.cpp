@@ -244,10 +244,16 @@ TEST_F(heal_command, that_cannot_have_its_lock_does_nothing)
 TEST_F(heal_command, that_cannot_look_says_so)
 {
     world.write("/iptables", "#!/bin/sh\nexit 3\n", 0755);
-    EXPECT_EQ(run_mctl({"heal"}),
-              (told{2, "", "mctl: cannot list the nat table: iptables ended with 3\n"}));
-    EXPECT_EQ(run_mctl({"heal", "--dry-run"}),
-              (told{2, "", "mctl: cannot list the nat table: iptables ended with 3\n"}));
+    EXPECT_EQ(
+        run_mctl({"heal"}),
+        (told{
+            2, "",
+            "mctl: cannot list the nat table: iptables -t nat -S ended with 3, is this root?\n"}));
+    EXPECT_EQ(
+        run_mctl({"heal", "--dry-run"}),
+        (told{
+            2, "",
+            "mctl: cannot list the nat table: iptables -t nat -S ended with 3, is this root?\n"}));
 }
 
 TEST_F(heal_command, that_cannot_look_again_says_so)
@@ -256,8 +262,11 @@ TEST_F(heal_command, that_cannot_look_again_says_so)
                 COUNT + "[ $look -lt 2 ] || exit 5\n"
                         "echo \"-A PREROUTING -d 192.0.2.66/32 -i w1 -j VSERVER\"\n",
                 0755);
-    EXPECT_EQ(run_mctl({"heal"}),
-              (told{2, "", "mctl: cannot list the nat table: iptables ended with 5\n"}));
+    EXPECT_EQ(
+        run_mctl({"heal"}),
+        (told{
+            2, "",
+            "mctl: cannot list the nat table: iptables -t nat -S ended with 5, is this root?\n"}));
 }
 
 // ---- the same of mctl status
@@ -273,11 +282,11 @@ const fault_row fault_rows[] = {
     {"nothing", "", "/var/run/Config is no JSON: mcfg set_config makes it"},
     {"half a document", R"({"Network":{"Lan":[{"ifa)", "/var/run/Config is no JSON: mcfg set_config makes it"},
     {"too long a document", "{}" + std::string(1024 * 1024, '\n'), "/var/run/Config is too long: mcfg set_config makes it"},
-    {"another kind of document", "[]", "/var/run/Config has not the entries Network/Lan and Network/Wan"},
-    {"no LAN", R"({"Network":{"Wan":[]}})", "/var/run/Config has not the entries Network/Lan and Network/Wan"},
-    {"no WAN", R"({"Network":{"Lan":[]}})", "/var/run/Config has not the entries Network/Lan and Network/Wan"},
-    {"another kind of LAN", R"({"Network":{"Lan":[{"iface":"br0"},7],"Wan":[]}})", "/var/run/Config has not the entries Network/Lan and Network/Wan"},
-    {"another kind of WAN", R"({"Network":{"Lan":[],"Wan":[{"iface":7}]}})", "/var/run/Config has not the entries Network/Lan and Network/Wan"},
+    {"another kind of document", "[]", "/var/run/Config has not the lists Network/Lan and Network/Wan, an iface in each entry: mcfg set_config makes it"},
+    {"no LAN", R"({"Network":{"Wan":[]}})", "/var/run/Config has not the lists Network/Lan and Network/Wan, an iface in each entry: mcfg set_config makes it"},
+    {"no WAN", R"({"Network":{"Lan":[]}})", "/var/run/Config has not the lists Network/Lan and Network/Wan, an iface in each entry: mcfg set_config makes it"},
+    {"another kind of LAN", R"({"Network":{"Lan":[{"iface":"br0"},7],"Wan":[]}})", "/var/run/Config has not the lists Network/Lan and Network/Wan, an iface in each entry: mcfg set_config makes it"},
+    {"another kind of WAN", R"({"Network":{"Lan":[],"Wan":[{"iface":7}]}})", "/var/run/Config has not the lists Network/Lan and Network/Wan, an iface in each entry: mcfg set_config makes it"},
 };
 // clang-format on
 
