@@ -518,7 +518,7 @@ constexpr code_row code_rows[CODES] = {
      "AuthMode=WPA2PSK (and no WPAPSK1)"},
     {code::encryption, severity::error, "encryption", "nvram/1",
      "{1} does not go with EncrypType \"{2}\"",
-     "write AES, TKIP or TKIPAES",
+     "write NONE or WEP for OPEN, WEP for SHARED and WEPAUTO, and AES, TKIP or TKIPAES for the others",
      "EncrypType=NONE (with WPA2PSK)"},
     {code::auth_list, severity::error, "auth-list", "nvram/1",
      "the daemon for {1} is started for that word alone, not for a list with it",

@@ -55,19 +55,18 @@ void judge_ports(const list_line &line, size_t field, size_t protocol_field)
              "a number from 1 to 65535, FIRST:LAST, or -");
 }
 
-bool judge_network(const list_line &line, size_t field, bool allow_range)
+void judge_network(const list_line &line, size_t field, bool allow_range)
 {
     const char *text = line.field[field];
     uint32_t first;
     uint32_t last;
     ipv4_network network;
     if (allow_range && parse_address_range(text, &first, &last))
-        return true;
+        return;
     if (!parse_network(text, &network)) {
         tell(line, field, code::network, text);
-        return false;
+        return;
     }
     if ((network.address & ~network.mask) != 0)
         tell(line, field, code::host_bits);
-    return true;
 }

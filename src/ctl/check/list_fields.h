@@ -28,5 +28,6 @@ void tell_number(const list_line &line, size_t field, code id, unsigned long fir
 // A protocol, and the ports that it must allow for; both may be "-".
 void judge_protocol(const list_line &line, size_t field);
 void judge_ports(const list_line &line, size_t field, size_t protocol_field);
-// An address or network; a range as well where allow_range says so. Returns false with a finding.
-bool judge_network(const list_line &line, size_t field, bool allow_range);
+// An address or network; a range as well where allow_range says so. Gives a finding for what is
+// none.
+void judge_network(const list_line &line, size_t field, bool allow_range);

@@ -199,8 +199,10 @@ static void judge_line(const nvram_section &section, const nvram_line &line)
 void judge_nvram_wireless(const settings &all, source which)
 {
     nvram_section section = {all, file_of(all, which), {}};
+    char count[NVRAM_VALUE_MAX];
     begin_section(&section);
-    if (section.keys.count > 0 && find_name(section.keys, BSS_COUNT_KEY) == nullptr)
+    get_value(section, BSS_COUNT_KEY, count);
+    if (section.keys.count > 0 && count[0] == '\0')
         find(all.r, 0, BSS_COUNT_KEY, code::bss_count);
     judge_section(section, is_known_key, judge_line);
     end_section(&section);
