@@ -46,13 +46,15 @@ constexpr source_row sources[] = {
 
 static_assert(sizeof(sources) / sizeof(sources[0]) == SOURCES);
 
-// What the router meets when it opens a file that is none.
+// What the router meets when it opens a file that is none. A FIFO is not waited for, and a socket
+// cannot be opened.
 static const char *what_happens(const char *kind)
 {
     if (strcmp(kind, "directory") == 0)
         return "it reads as an empty file";
-    return strcmp(kind, "FIFO") == 0 ? "the router waits for ever"
-                                     : "the router reads who knows what";
+    if (strcmp(kind, "FIFO") == 0 || strcmp(kind, "socket") == 0)
+        return "the router takes it for missing";
+    return "the router reads who knows what";
 }
 
 static void judge_missing(const settings &all, const source_row &row)
