@@ -75,7 +75,7 @@ class Trials:
     def __init__(self, tree):
         self.tree = tree
         self.tests = []
-        self.reaching = {}
+        self.reaching, self.looking = {}, set()
         self.server = None
         self.served, self.unserved = {}, set()
         self.kills = collections.Counter()  # (function or file, test): how many mutants of it the test has killed
@@ -179,13 +179,16 @@ class Trials:
         for name, seconds, reached in re.findall(r"^REACHED (\S+) (\S+)(.*)$", out, re.MULTILINE):
             if name in failed or float(seconds) > LONGEST_TEST_S:
                 say(f"{name}: not used, as it {'fails without a mutant' if name in failed else f'takes {seconds} s'}")
-            elif reached:
+            else:
                 self.tests.append(Test(program, name, float(seconds) + 0.002, frozenset(map(int, reached.split()))))
 
     def _sort_out(self):
         self.reaching = collections.defaultdict(set)
+        self.looking = set()  # tests that reach no function: all that they can look at is tables
         self.shares = {}  # (test, file): how much of what the test reaches is in the file
         for i, test in enumerate(self.tests):
+            if not test.reached:
+                self.looking.add(i)
             for number in test.reached:
                 self.reaching[number].add(i)
             for base, count in collections.Counter(n // ROOM for n in test.reached).items():
@@ -200,7 +203,8 @@ class Trials:
             test = self.tests[i]
             return (-self.kills[mutant.file, mutant.function, test.name], -self.kills[mutant.file, test.name],
                     test.seconds * (1.2 - self.shares.get((i, mutant.number // ROOM), 0)), i)
-        return [self.tests[i] for i in sorted(set().union(*(self.reaching[n] for n in numbers)), key=order)]
+        found = set().union(*(self.reaching[n] for n in numbers), self.looking if mutant.is_fixed else ())
+        return [self.tests[i] for i in sorted(found, key=order)]
 
     # Pieces that grow: most mutants fall to the first tests, and each start costs.
     def _pieces(self, tests, budget_s):
