@@ -2,6 +2,7 @@
 
 #include "config/json_access.h"
 #include "ctl/check/check.h"
+#include "ctl/printable.h"
 #include "ctl/record_lock.h"
 #include "ctl/refused_rule.h"
 #include "ctl/status/look.h"
@@ -140,10 +141,12 @@ static bool rebuild(char **words)
     end_watcher(watcher, is_next_file_written(before));
     bool is_done = status == 0 && told != nullptr && strstr(told, "firewall done") != nullptr;
     free(told);
-    if (!is_done)
-        printf("firewall_update has rebuilt nothing (status %d): has %s an address?\n", status,
-               words[0]);
-    return is_done;
+    if (is_done)
+        return true;
+    make_printable(words[0]);
+    printf("firewall_update has rebuilt nothing (status %d): has %s an address?\n", status,
+           words[0]);
+    return false;
 }
 
 // ---- what is loaded
@@ -170,6 +173,7 @@ static bool is_loaded(const table &row)
     bool is_listed = status == 0 && listing != nullptr;
     bool is_same = is_listed && is_as_generated(row.path, listing, difference, sizeof(difference));
     free(listing);
+    make_printable(difference);
     if (!is_listed)
         printf("%s: cannot be listed: iptables ended with %d\n", row.name, status);
     else if (is_same)

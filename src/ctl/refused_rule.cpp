@@ -1,6 +1,7 @@
 #include "ctl/refused_rule.h"
 
 #include "ctl/check/tree.h"
+#include "ctl/printable.h"
 #include "ctl/status/rule_facts.h"
 #include "firewall/list_formats.h"
 #include "util/text.h"
@@ -108,18 +109,29 @@ static void show_source(const char *rule)
         printf("    made of %s:%d\n", best.path, best.number);
 }
 
+static void show_line(const char *line)
+{
+    char shown[RULE_LINE_MAX];
+    text_set(shown, line);
+    make_printable(shown);
+    puts(shown);
+}
+
 void show_refused_rule(const char *path, const char *messages)
 {
     char line[RULE_LINE_MAX];
-    for (const char *rest = messages; next_piece(&rest, line);)
-        printf("    %s\n", line);
+    for (const char *rest = messages; next_piece(&rest, line);) {
+        fputs("    ", stdout);
+        show_line(line);
+    }
     int wanted = line_of(messages);
     char *text = load_text(path);
     int number = 0;
     for (const char *rest = text; rest != nullptr && next_piece(&rest, line);) {
         if (++number != wanted)
             continue;
-        printf("    %s:%d: %s\n", path, wanted, line);
+        printf("    %s:%d: ", path, wanted);
+        show_line(line);
         show_source(line);
     }
     free(text);

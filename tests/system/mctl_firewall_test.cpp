@@ -104,6 +104,18 @@ TEST_F(mctl_firewall, says_which_table_is_refused_and_by_which_settings_line)
     EXPECT_EQ(count(rules("nat"), JUMP), 1u);
 }
 
+// iptables-restore repeats the words that it refuses, and the rule file has them as the list has.
+TEST_F(mctl_firewall, shows_nothing_that_would_steer_a_terminal)
+{
+    box.write("/etc/default/rules", "DROP x - \033[31m - - - - -\n");
+    support::outcome seen = rebuild();
+    EXPECT_EQ(seen.status, 1);
+    EXPECT_NE(seen.out.find("?[31m"), std::string::npos) << seen.out;
+    seen.out += box.run({"mctl", "firewall", "\033[31m", "vlan2", "none"}).out;
+    EXPECT_NE(seen.out.find("has ?[31m an address?"), std::string::npos) << seen.out;
+    EXPECT_EQ(count(seen.out, "\033"), 0u) << seen.out;
+}
+
 TEST_F(mctl_firewall, that_is_refused_the_nat_table_leaves_it_with_its_jumps)
 {
     EXPECT_EQ(rebuild().status, 0);

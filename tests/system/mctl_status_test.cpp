@@ -261,6 +261,19 @@ const std::string many_entries = [] {
     return R"({"Network":{"Lan":[],"Wan":[)" + list + "]}}";
 }();
 
+const std::string many_umlauts = [] {
+    std::string text;
+    for (int i = 0; i < 100; i++)
+        text += "\xc3\xa4";
+    return text;
+}();
+
+std::string lan_with_address(const std::string &address)
+{
+    return R"({"Network":{"Lan":[{"iface":"br0","name":"LAN0","type":"static","ipaddr":")" +
+           address + R"("}],"Wan":[]}})";
+}
+
 // clang-format off
 const hostile HOSTILE[] = {
     {"no Config", CONFIG, "(none)", 2, "/var/run/Config is missing"},
@@ -289,8 +302,21 @@ const hostile HOSTILE[] = {
     {"a pid file that is a directory", "/var/run/udhcpc.vlan2.pid", "(directory)", 0, "all is well"},
     {"a rule file of one long line", "/tmp/nat_rules", "-A VSERVER " + std::string(5000, 'x') + "\n", 1, "table-other"},
     {"a rule file that is a directory", "/tmp/nat_rules", "(directory)", 0, "all is well"},
+    {"a rule file that is not to be shown", "/tmp/nat_rules", "-A VSERVER -j \033[31m\xff\n", 1, "VSERVER ?[31m?"},
+    {"an address that is not to be shown", CONFIG, lan_with_address("\\u001b[31m\\n"), 1, "not the address ?[31m? that"},
+    // The room for it ends within a character, and half a character is no JSON.
+    {"an address that is cut", CONFIG, lan_with_address("x" + many_umlauts), 1, "not the address x????????"},
 };
 // clang-format on
+
+bool is_printable(const std::string &text)
+{
+    for (char c : text) {
+        if ((c < ' ' || c > '~') && c != '\n')
+            return false;
+    }
+    return true;
+}
 
 class mctl_hostile : public mctl, public testing::WithParamInterface<hostile>
 {
@@ -307,14 +333,30 @@ TEST_P(mctl_hostile, gets_clear_words)
     support::outcome seen = run({"status"});
     EXPECT_EQ(seen.status, row.status) << seen.out << seen.err;
     EXPECT_NE((seen.out + seen.err).find(row.words), std::string::npos) << seen.out << seen.err;
+    EXPECT_TRUE(is_printable(seen.out)) << seen.out;
     support::outcome json = run({"status", "--json"});
     EXPECT_EQ(json.status, row.status);
     if (row.status != 2)
         json_decref(parse_valid(json.out));
-    EXPECT_LE(run({"heal", "--dry-run"}).status, 2);
+    support::outcome heal = run({"heal", "--dry-run"});
+    EXPECT_LE(heal.status, 2);
+    EXPECT_TRUE(is_printable(heal.out)) << heal.out;
 }
 
 INSTANTIATE_TEST_SUITE_P(rows, mctl_hostile, testing::ValuesIn(HOSTILE));
+
+// By its record, or by the second line of pppd's pid file.
+TEST_F(mctl, status_shows_the_interface_of_a_tunnel_as_it_can_be_printed)
+{
+    configure(R"({"iface":"br0","name":"LAN0","type":"static","ipaddr":"192.168.1.1"})",
+              R"({"iface":"vlan2","name":"WAN","auto":false,"type":"pppoe","have_tunnels":true,)"
+              R"("Tunnels":[{"name":"wan1","type":"pppoe"}]})");
+    box.write("/var/run/ppp-pppoe-wan1.pid", "1\n\033[1J\n");
+    EXPECT_NE(run({"status"}).out.find("wan1       ?[1J "), std::string::npos);
+    box.write(STORE, "{\"state_links\":[{\"iface\":\"\\u001b[2J\",\"name\":\"wan1\","
+                     "\"type\":\"pppoe\"}]}");
+    EXPECT_NE(run({"status"}).out.find("wan1       ?[2J "), std::string::npos);
+}
 
 TEST_F(mctl, status_that_cannot_list_the_nat_table_says_so)
 {

@@ -2,6 +2,7 @@
 
 #include "config/json_access.h"
 #include "ctl/heal/links.h"
+#include "ctl/printable.h"
 #include "ctl/status/locks.h"
 #include "ctl/status/processes.h"
 #include "ctl/status/status.h"
@@ -37,6 +38,7 @@ constexpr unsigned CLIENT_END_S = 15;
     va_start(args, format);
     vsnprintf(text, sizeof(text), format, args);
     va_end(args);
+    make_printable(text);
     printf("%s: %s%s\n", shown_name(link), h.is_dry ? "would " : "", text);
     fflush(stdout);
     if (!h.is_dry)

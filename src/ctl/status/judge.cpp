@@ -1,6 +1,7 @@
 #include "ctl/status/judge.h"
 
 #include "config/json_access.h"
+#include "ctl/printable.h"
 #include "ctl/status/judges.h"
 #include "util/text.h"
 #include "wan/tunnels.h"
@@ -11,10 +12,7 @@
 static void show_text(char (&out)[SHOWN_NAME_MAX], const json_t *object, const char *key)
 {
     text_set(out, text_or_empty(json_object_get(object, key)));
-    for (char *c = out; *c != '\0'; c++) {
-        if (*c < ' ' || *c > '~')
-            *c = '?';
-    }
+    make_printable(out);
 }
 
 static link_status *add_link(router_status *status, subject what, const json_t *named_by)

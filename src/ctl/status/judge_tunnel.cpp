@@ -1,4 +1,5 @@
 #include "config/json_access.h"
+#include "ctl/printable.h"
 #include "ctl/status/judges.h"
 #include "ctl/status/link_facts.h"
 #include "ctl/status/processes.h"
@@ -16,13 +17,13 @@ static const char *text_of(const json_t *object, const char *key)
 
 static void learn_interface(link_status *tunnel)
 {
-    if (tunnel->record != nullptr) {
-        text_set(tunnel->iface, text_of(tunnel->record, "iface"));
-        return;
-    }
     char path[PPP_PIDFILE_MAX];
     format_ppp_pidfile(path, text_of(tunnel->entry, "type"), text_of(tunnel->entry, "name"));
-    text_set(tunnel->iface, read_pid_file(path).iface);
+    if (tunnel->record != nullptr)
+        text_set(tunnel->iface, text_of(tunnel->record, "iface"));
+    else
+        text_set(tunnel->iface, read_pid_file(path).iface);
+    make_printable(tunnel->iface);
 }
 
 static bool is_connected(const look &at, const link_status *tunnel)

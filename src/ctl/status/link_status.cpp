@@ -1,5 +1,6 @@
 #include "ctl/status/link_status.h"
 
+#include "ctl/printable.h"
 #include "util/text.h"
 
 const char *subject_name(subject what)
@@ -17,4 +18,5 @@ void add_reason(link_status *link, reason id, const char *detail)
     found_reason &found = link->reason_of[link->reasons++];
     found.id = id;
     text_set(found.detail, detail);
+    make_printable(found.detail);
 }

@@ -53,5 +53,5 @@ struct router_status {
     bool is_well;                // nobody has a reason
 };
 
-// The first reason decides the state.
+// The first reason decides the state. Of the detail, what cannot be printed is shown as "?".
 void add_reason(link_status *link, reason id, const char *detail = "");
