@@ -8,22 +8,21 @@
 constexpr size_t SHOWN_MAX = 96; // of a text from the settings
 constexpr size_t TEXT_MAX = 512;
 
-// from as printable ASCII.
-static void make_printable(char (&to)[SHOWN_MAX], const char *from)
+void escape_text(char *to, size_t room, const char *from)
 {
     size_t used = 0;
     for (; *from != '\0'; from++) {
         unsigned char byte = static_cast<unsigned char>(*from);
         bool is_plain = byte >= ' ' && byte < 0x7f;
         size_t width = is_plain ? 1 : strlen("\\xff");
-        if (used + width >= SHOWN_MAX - strlen("...")) {
-            text_set(to + used, SHOWN_MAX - used, "...");
+        if (used + width >= room - strlen("...")) {
+            text_set(to + used, room - used, "...");
             return;
         }
         if (is_plain)
             to[used] = *from;
         else
-            text_format(to + used, SHOWN_MAX - used, "\\x%02x", byte);
+            text_format(to + used, room - used, "\\x%02x", byte);
         used += width;
     }
     to[used] = '\0';
@@ -85,9 +84,9 @@ void find(report *r, unsigned line, const char *field, code id, const char *firs
     char shown_field[SHOWN_MAX]; // it may be a key as it stands in the file
     char shown_first[SHOWN_MAX];
     char shown_second[SHOWN_MAX];
-    make_printable(shown_field, field);
-    make_printable(shown_first, first);
-    make_printable(shown_second, second);
+    escape_text(shown_field, sizeof(shown_field), field);
+    escape_text(shown_first, sizeof(shown_first), first);
+    escape_text(shown_second, sizeof(shown_second), second);
     show(r, line, shown_field, row, shown_first, shown_second);
 }
 

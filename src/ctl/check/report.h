@@ -4,6 +4,7 @@
 
 #include "ctl/check/codes.h"
 
+#include <stddef.h>
 #include <stdio.h>
 
 // So many findings of one file are shown; those beyond are only counted.
@@ -28,6 +29,9 @@ void find(report *r, unsigned line, const char *field, code id, const char *firs
 // The same with numbers in the places.
 void find_number(report *r, unsigned line, const char *field, code id, unsigned long first,
                  const char *second = "");
+
+// Write from into to, of that room, as findings show it.
+void escape_text(char *to, size_t room, const char *from);
 
 void begin_report(report *r, FILE *out, bool is_json);
 void begin_file(report *r, const char *file);

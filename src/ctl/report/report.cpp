@@ -117,8 +117,8 @@ static void put_peer(FILE *out, const char *line)
 {
     const char *at = line;
     for (int i = 0; i < 3; i++) {
-        at += strspn(at, " \t");
-        at += strcspn(at, " \t");
+        at += strspn(at, PEER_SEPARATORS);
+        at += strcspn(at, PEER_SEPARATORS);
     }
     fprintf(out, "%.*s %s\n", static_cast<int>(at - line), line, MASK);
 }
@@ -178,9 +178,8 @@ static char *load_text(const char *path)
 static void put_lines(FILE *out, char *text, void (*put)(FILE *out, const char *line))
 {
     size_t used = 0;
-    char *rest = nullptr;
-    for (char *line = strtok_r(text, "\r\n", &rest); line != nullptr;
-         line = strtok_r(nullptr, "\r\n", &rest)) {
+    char *rest = text;
+    for (char *line; (line = take_line(&rest)) != nullptr;) {
         used += strlen(line);
         if (used > FILE_MAX) {
             fputs("(what is behind this is left out)\n", out);

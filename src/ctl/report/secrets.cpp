@@ -2,6 +2,7 @@
 
 #include "config/document.h"
 #include "config/source_formats.h"
+#include "ctl/check/report.h"
 #include "ctl/check/tree.h"
 #include "ctl/check/values.h"
 #include "util/text.h"
@@ -14,7 +15,8 @@
 #include <strings.h>
 
 constexpr size_t SHORT_SECRET = 3;
-constexpr size_t PEER_LOGIN = 3; // fields of a line of ppp-peers
+constexpr size_t TELLING_PART = 8; // of a longer one, which findings and sections may cut
+constexpr size_t PEER_LOGIN = 3;   // fields of a line of ppp-peers
 constexpr size_t PEER_PASSWORD = 4;
 
 // Parts of the names of NVRAM keys whose values are secrets, and their ends but for numbers.
@@ -56,10 +58,8 @@ constexpr const char *no_secrets[] = {"-", "login", "passwd"};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wanalyzer-malloc-leak"
 #endif
-static void add_secret(secrets *all, const char *text)
+static void keep_copy(secrets *all, const char *text)
 {
-    if (text[0] == '\0' || is_one_of(text, no_secrets))
-        return;
     if (all->count == all->capacity) {
         size_t capacity = all->capacity * 2 + 16;
         void *grown = realloc(all->text, capacity * sizeof(char *));
@@ -76,14 +76,41 @@ static void add_secret(secrets *all, const char *text)
 #pragma GCC diagnostic pop
 #endif
 
+// As it is, and as a finding would show it where it stands in another field's place.
+static void add_secret(secrets *all, const char *text)
+{
+    if (text[0] == '\0' || is_one_of(text, no_secrets))
+        return;
+    keep_copy(all, text);
+    size_t room = strlen("\\xff") * (strlen(text) + 2);
+    char *shown = static_cast<char *>(malloc(room));
+    if (shown == nullptr)
+        return;
+    escape_text(shown, room, text);
+    if (strcmp(shown, text) != 0)
+        keep_copy(all, shown);
+    free(shown);
+}
+
+char *take_line(char **rest)
+{
+    for (char *line; (line = strtok_r(nullptr, "\n", rest)) != nullptr;) {
+        size_t length = strlen(line);
+        while (length > 0 && line[length - 1] == '\r')
+            line[--length] = '\0';
+        if (length > 0)
+            return line;
+    }
+    return nullptr;
+}
+
 static void for_lines(const char *path, secrets *all, void (*learn)(secrets *all, char *line))
 {
     loaded_file file = load_file("/", path);
     char *text = file.state == file_state::loaded ? strndup(file.bytes, file.length) : nullptr;
     unload_file(&file);
-    char *rest = nullptr;
-    for (char *line = text != nullptr ? strtok_r(text, "\r\n", &rest) : nullptr; line != nullptr;
-         line = strtok_r(nullptr, "\r\n", &rest))
+    char *rest = text;
+    for (char *line; text != nullptr && (line = take_line(&rest)) != nullptr;)
         learn(all, line);
     free(text);
 }
@@ -91,11 +118,11 @@ static void for_lines(const char *path, secrets *all, void (*learn)(secrets *all
 // Lines that are comments by now may have been in force yesterday.
 static void learn_peer(secrets *all, char *line)
 {
-    line += strspn(line, "# \t");
+    line += strspn(line, "# \t\r");
     char *rest = nullptr;
     size_t field = 0;
-    for (char *word = strtok_r(line, " \t", &rest); word != nullptr;
-         word = strtok_r(nullptr, " \t", &rest)) {
+    for (char *word = strtok_r(line, PEER_SEPARATORS, &rest); word != nullptr;
+         word = strtok_r(nullptr, PEER_SEPARATORS, &rest)) {
         if (field == PEER_LOGIN || field == PEER_PASSWORD)
             add_secret(all, word);
         field++;
@@ -124,11 +151,31 @@ static void learn_members(secrets *all, json_t *value)
     }
 }
 
-static int compare_lengths(const void *a, const void *b)
+static int compare_secrets(const void *a, const void *b)
 {
-    size_t left = strlen(*static_cast<char *const *>(a));
-    size_t right = strlen(*static_cast<char *const *>(b));
-    return left == right ? 0 : left > right ? -1 : 1;
+    const char *left = *static_cast<char *const *>(a);
+    const char *right = *static_cast<char *const *>(b);
+    size_t left_length = strlen(left);
+    size_t right_length = strlen(right);
+    if (left_length != right_length)
+        return left_length > right_length ? -1 : 1;
+    return strcmp(left, right);
+}
+
+// Each is looked for at every place of the text: a list that repeats itself would take minutes.
+static void sort_secrets(secrets *all)
+{
+    if (all->count < 2)
+        return;
+    qsort(all->text, all->count, sizeof(char *), compare_secrets);
+    size_t kept = 1;
+    for (size_t i = 1; i < all->count; i++) {
+        if (strcmp(all->text[i], all->text[kept - 1]) == 0)
+            free(all->text[i]);
+        else
+            all->text[kept++] = all->text[i];
+    }
+    all->count = kept;
 }
 
 void learn_secrets(secrets *all)
@@ -144,8 +191,7 @@ void learn_secrets(secrets *all)
         json_decref(config);
     }
     unload_file(&file);
-    if (all->count > 1)
-        qsort(all->text, all->count, sizeof(char *), compare_lengths);
+    sort_secrets(all);
 }
 
 void forget_secrets(secrets *all)
@@ -161,16 +207,29 @@ static bool is_alone(const char *begin, const char *at, size_t length)
     return !joins_before && !isalnum(static_cast<unsigned char>(at[length]));
 }
 
-// The length of the secret that stands at this place, or 0.
+// How much of the secret stands at this place, where it is enough to tell it.
+static size_t told_of(const char *secret, const char *begin, const char *at, bool with_short)
+{
+    size_t length = 0;
+    while (secret[length] != '\0' && secret[length] == at[length])
+        length++;
+    bool is_whole = secret[length] == '\0';
+    if (is_whole && length <= SHORT_SECRET)
+        return with_short && is_alone(begin, at, length) ? length : 0;
+    return is_whole || length >= TELLING_PART ? length : 0;
+}
+
+// The most that stands of a secret at this place.
 static size_t secret_at(const secrets &all, const char *begin, const char *at, bool with_short)
 {
+    size_t most = 0;
     for (size_t i = 0; i < all.count; i++) {
-        size_t length = strlen(all.text[i]);
-        if (strncmp(at, all.text[i], length) == 0 &&
-            (length > SHORT_SECRET || (with_short && is_alone(begin, at, length))))
-            return length;
+        if (all.text[i][0] != *at)
+            continue;
+        size_t length = told_of(all.text[i], begin, at, with_short);
+        most = length > most ? length : most;
     }
-    return 0;
+    return most;
 }
 
 char *mask_secrets(const secrets &all, const char *text, bool with_short)
@@ -180,13 +239,16 @@ char *mask_secrets(const secrets &all, const char *text, bool with_short)
     FILE *out = open_memstream(&masked, &size);
     if (out == nullptr)
         return nullptr;
-    for (const char *at = text; *at != '\0';) {
+    size_t hidden = 0; // characters from here on; a secret may begin in another's end
+    for (const char *at = text; *at != '\0'; at++) {
         size_t length = secret_at(all, text, at, with_short);
-        if (length > 0)
+        if (hidden == 0 && length > 0)
             fputs(MASK, out);
-        else
+        hidden = length > hidden ? length : hidden;
+        if (hidden == 0)
             fputc(*at, out);
-        at += length > 0 ? length : 1;
+        else
+            hidden--;
     }
     bool is_whole = fclose(out) == 0;
     if (!is_whole) {
