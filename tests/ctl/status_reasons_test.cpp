@@ -219,6 +219,17 @@ TEST_F(status_reason, no_address)
     expect({"WAN dialling: no-lease"});
 }
 
+// Looked at in decimal and signalled in octal, it would be another process that gets the signal.
+TEST_F(status_reason, no_address_of_a_client_with_zeros_before_its_number)
+{
+    lease();
+    world.write(router_world::DHCP_PID, "0" + std::to_string(client) + "\n");
+    ip("address flush dev vlan2");
+    world.on("skip kill");
+    heal(1);
+    EXPECT_EQ(support::rests(steps(), "kill "), std::to_string(client) + " SIGTERM");
+}
+
 // The client, which has ended, is started again at once. Pauses take no time here, so one has to
 // last until the client has dealt with its signal.
 TEST_F(status_reason, no_address_of_a_client_that_ends)

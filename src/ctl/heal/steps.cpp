@@ -28,6 +28,8 @@
 constexpr char TAG[] = "mctl-heal";
 constexpr size_t STEP_MAX = 256;
 constexpr unsigned CLIENT_END_S = 15;
+constexpr char DHCP_CLIENT[] = "udhcpc";
+constexpr char PPP_DAEMON[] = "pppd";
 
 // Tell of a step, and log it. Returns whether it is to be taken.
 [[gnu::format(printf, 3, 4)]] static bool step(const healing &h, const link_status &link,
@@ -162,6 +164,15 @@ static bool record_link(const healing &h, const link_status &link, const found_r
     return true;
 }
 
+// The very process that was looked at: the program's own routine reads "010" as eight, and the file
+// may be another's by now.
+static void end_process(const char *path, const char *name, int sig)
+{
+    int number = find_process(path, name);
+    if (number != 0)
+        kill(number, sig);
+}
+
 // The client takes its lease for good and would only renew it, which sets no address: so it is
 // ended, with what its last event does, and what is missing then is started next.
 static void end_client(const healing &h, const link_status &wan)
@@ -170,8 +181,8 @@ static void end_client(const healing &h, const link_status &wan)
     format_dhcp_pidfile(path, wan.iface);
     if (!step(h, wan, "end its client, which would not ask for an address again"))
         return;
-    kill_pidfile_s(path, SIGTERM);
-    for (unsigned i = 0; i < CLIENT_END_S && find_process(path, "udhcpc") != 0; i++)
+    end_process(path, DHCP_CLIENT, SIGTERM);
+    for (unsigned i = 0; i < CLIENT_END_S && find_process(path, DHCP_CLIENT) != 0; i++)
         sleep(1);
 }
 
@@ -185,8 +196,9 @@ static void hang_up(const healing &h, const link_status &tunnel)
     char path[PPP_PIDFILE_MAX];
     format_ppp_pidfile(path, tunnel.type, text_or_empty(json_object_get(tunnel.entry, "name")));
     bool is_l2tp = is_type(tunnel, "l2tp");
-    if (find_process(path, "pppd") != 0 && step(h, tunnel, "hang up, so that it is dialled anew"))
-        kill_pidfile_s(path, is_l2tp ? SIGTERM : SIGHUP);
+    if (find_process(path, PPP_DAEMON) != 0 &&
+        step(h, tunnel, "hang up, so that it is dialled anew"))
+        end_process(path, PPP_DAEMON, is_l2tp ? SIGTERM : SIGHUP);
 }
 
 // What runs for a link knows nothing of an address that someone has taken away.
