@@ -129,6 +129,18 @@ TEST_F(schedule_list, a_comment_sign_is_part_of_a_name)
     EXPECT_EQ(look_up("#night"), "1111111|22000600|");
 }
 
+TEST_F(schedule_list, may_be_long)
+{
+    std::string list;
+    for (int i = 1; i <= 600; i++)
+        list += "schedule" + std::to_string(i) + " 1 - 1111111 " + std::to_string(i) + " -\n";
+    world.write(SCHEDULES, list);
+    for (int i = 1; i <= 600; i++)
+        EXPECT_EQ(look_up(("schedule" + std::to_string(i)).c_str()),
+                  "1111111|" + std::to_string(i) + "|");
+    EXPECT_EQ(look_up("schedule601"), "none");
+}
+
 TEST_F(schedule_list, that_is_missing_is_reported_and_has_no_schedules)
 {
     std::string found;

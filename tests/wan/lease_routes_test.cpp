@@ -30,6 +30,10 @@ const route_row host_rows[] = {
     {"one", "198.51.100.7 192.0.2.1", R"(
         ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.1 metric 1 flags 0x7
     )"},
+    {"two", "198.51.100.7 192.0.2.1 198.51.100.8 192.0.2.2", R"(
+        ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.1 metric 1 flags 0x7
+        ioctl vlan2 SIOCADDRT 198.51.100.8/255.255.255.255 via 192.0.2.2 metric 1 flags 0x7
+    )"},
     {"the last one has no gateway", "198.51.100.7 192.0.2.1 198.51.100.8", R"(
         ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.1 metric 1 flags 0x7
     )"},
@@ -81,6 +85,10 @@ const route_row static_rows[] = {
         ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 192.0.2.1 metric 1 flags 0x3
     )"},
     {"the last one has no gateway", "10.0.0.0/8", ""},
+    {"a line end behind the gateway", "10.0.0.0/8 192.0.2.1\n", R"(
+        log dhcp client: netmask = 255.0.0.0, gateway = 192.0.2.1, ipaddr = 10.0.0.0
+        ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 192.0.2.1 metric 1 flags 0x3
+    )"},
     {"many blanks and a line end", "  10.0.0.0/8   192.0.2.1 \r\n", R"(
         log dhcp client: netmask = 255.0.0.0, gateway = 192.0.2.1, ipaddr = 10.0.0.0
         ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 192.0.2.1 metric 1 flags 0x3
@@ -137,6 +145,7 @@ const classless_row classless_rows[] = {
         ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 10.0.0.1 metric 1 flags 0x3
     )"},
     {"a prefix of 33 ends the list", "33 10 0 0 0 10 0 0 1", true, ""},
+    {"a prefix of 320 ends the list", "320 10 0 0 0 10 0 0 1", true, ""},
     {"a prefix beyond every number ends the list", "4294967304 10 10 0 0 1", true, ""},
     {"a prefix with a comma behind it ends the list", "8,10 10 0 0 1", true, ""},
     {"a prefix alone ends the list", "8", true, ""},

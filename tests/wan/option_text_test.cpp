@@ -64,6 +64,12 @@ INSTANTIATE_TEST_SUITE_P(
                  "\"a\\\" connect \\\"x\\\\\""},
 
         text_row{"device_vlan2", write_pppd_device, "vlan2", "vlan2"},
+        text_row{"device_of_the_kind_apcli", write_pppd_device, "apcli0", "apcli0"},
+        text_row{"device_of_the_kind_ra", write_pppd_device, "ra0", "ra0"},
+        text_row{"device_of_the_kind_usb", write_pppd_device, "usb0", "usb0"},
+        text_row{"device_of_the_kind_wds", write_pppd_device, "wds1", "wds1"},
+        text_row{"device_of_the_kind_wimax", write_pppd_device, "wimax0", "wimax0"},
+        text_row{"device_of_the_kind_wlan", write_pppd_device, "wlan0", "wlan0"},
         text_row{"device_with_vlan", write_pppd_device, "eth2.10", "eth2.10"},
         text_row{"device_line_end", write_pppd_device, "br0\n", "br0"},
         text_row{"device_empty", write_pppd_device, "", ""},
