@@ -5,6 +5,7 @@
 #include "support/texts.h"
 #include "support/unit_test.h"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -153,6 +154,36 @@ TEST_F(heal_command, mends_the_router_first)
               (told{1, "router: remove the lock Config\n" + step_of("1", "66"), ""}));
 }
 
+// What is not mended does not keep it from the reason behind it.
+TEST_F(heal_command, mends_what_stands_behind_what_it_leaves_alone)
+{
+    world.write("/var/lock/Config.lock", std::to_string(world.bystander(false, "mcfg")));
+    has_left("ppp4", "66");
+    EXPECT_EQ(run_mctl({"heal"}),
+              (told{1, "router: take the way from 192.0.2.66 on ppp4 into the port forwards away\n",
+                    ""}));
+}
+
+int next_descriptor()
+{
+    int next = dup(STDERR_FILENO);
+    close(next);
+    return next;
+}
+
+TEST_F(heal_command, leaves_no_lock_and_no_descriptor)
+{
+    has_left("w1", "66");
+    int next = next_descriptor();
+    for (const std::vector<std::string> &words :
+         {std::vector<std::string>{"heal"}, {"heal", "--dry-run"}, {"status"}, {"report"}}) {
+        bool had_input = fcntl(STDIN_FILENO, F_GETFD) >= 0;
+        run_mctl(words);
+        EXPECT_EQ(next_descriptor(), next) << words[0];
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD) >= 0, had_input) << words[0];
+    }
+}
+
 // ---- others
 
 // A process that has the record until it is ended.
@@ -209,6 +240,7 @@ TEST_F(heal_command, makes_way_for_a_rebuild_of_the_firewall)
     EXPECT_EQ(run_mctl({"heal"}),
               (told{1, "WAN1: left alone, as the firewall is being rebuilt\n", ""}));
     EXPECT_EQ(trace(), "sleep 2\n");
+    EXPECT_EQ(looks(), 2U);
     EXPECT_EQ(run_mctl({"heal", "--dry-run"}).out,
               "WAN1: would take the way from 192.0.2.66 on w1 into the port forwards away\n");
 }
@@ -225,9 +257,11 @@ TEST_F(heal_command, leaves_all_ways_alone_during_a_rebuild)
     world.write("/iptables", "#!/bin/sh\n", 0755);
     EXPECT_EQ(run_mctl({"heal"}),
               (told{1, "w1: left alone, as the firewall is being rebuilt\n", ""}));
+    EXPECT_EQ(looks(), 0U);
     has_left("w1", "77/32 -i w1 -j VSERVER\n-A PREROUTING -d 192.0.2.77");
     EXPECT_EQ(run_mctl({"heal"}),
               (told{1, "w1: left alone, as the firewall is being rebuilt\n", ""}));
+    EXPECT_EQ(looks(), 2U) << "there was nothing that another round could mend";
     EXPECT_EQ(trace().find(" -D "), std::string::npos);
     EXPECT_EQ(trace().find(" -I "), std::string::npos);
 }

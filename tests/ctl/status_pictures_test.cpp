@@ -193,6 +193,7 @@ const picture ROWS[] = {
     {"a modem's link in order", LAN, "", record("'iface':'ppp0','type':'3g','name':'modem','ipaddr':'10.1.1.1'"), BR0 + "ppp0 up 10.1.1.1/32\n", jump("ppp0", "10.1.1.1")},
     {"a modem's link without its interface", LAN, "", record("'iface':'ppp0','type':'3g','name':'modem','ipaddr':'10.1.1.1'"), BR0, jump("ppp0", "10.1.1.1")},
     {"a modem's link that is down", LAN, "", record("'iface':'ppp0','type':'3g','name':'modem','ipaddr':'10.1.1.1'"), BR0 + "ppp0 down 10.1.1.1/32\n", jump("ppp0", "10.1.1.1")},
+    {"a modem's link with another address", LAN, "", record("'iface':'ppp0','type':'3g','name':'modem','ipaddr':'10.1.1.1'"), BR0 + "ppp0 up 10.1.1.2/32\n", jump("ppp0", "10.1.1.1")},
     {"a modem's link without its way into the forwards", LAN, "", record("'iface':'ppp0','type':'3g','name':'modem','ipaddr':'10.1.1.1'"), BR0 + "ppp0 up 10.1.1.1/32\n"},
     {"a record without a name", LAN, "", record("'iface':'ppp0'"), BR0 + "ppp0 up\n"},
     {"records that are none", LAN, "", "7,{'iface':7},{}", BR0},
@@ -291,10 +292,35 @@ TEST_P(status_picture, is_told_and_mended)
         seen += "---- heal\n" + mended(false);
         seen += "---- what it has done\n" + support::without(world.trace(), {"log mcfg-"});
     }
+    EXPECT_FALSE(!status.is_well && world.exists("/var/lock/state_link.lock") &&
+                 GetParam().name != "a lock that is held");
     if (recorded() != before)
         seen += "---- what is recorded then\n" + recorded();
     seen = support::without(with_names(seen), {"further"});
     EXPECT_TRACE(support::part_of(world.fixture("ctl/status_pictures"), GetParam().name), seen);
+}
+
+using left_alone = pictures::picture_test;
+
+// What was found at the look is no longer so.
+TEST_F(left_alone, is_a_lock_that_was_given_back_meanwhile)
+{
+    show({"", LAN, "", "", BR0, "", {}, {{"/var/lock/Config.lock", "999999"}}});
+    const link_status &router = status.link[status.links - 1];
+    ASSERT_EQ(router.reasons, 1U);
+    world.remove("/var/lock/Config.lock");
+    struct context {
+        healing h;
+        const link_status &link;
+    } run = {{&at, false, true}, router};
+    EXPECT_EQ(support::private_world::captured(
+                  1,
+                  [](void *c) {
+                      const context *it = static_cast<context *>(c);
+                      EXPECT_FALSE(mend(it->h, it->link, it->link.reason_of[0]));
+                  },
+                  &run),
+              "");
 }
 
 INSTANTIATE_TEST_SUITE_P(rows, status_picture, testing::ValuesIn(ROWS), support::row_name);
