@@ -248,6 +248,30 @@ TEST_F(firewall_command, that_cannot_list_the_ways_says_so)
               ""}));
 }
 
+// Then the ways wait for the end of the rebuild.
+TEST_F(firewall_command, does_without_the_process_beside_the_rebuild)
+{
+    rebuilds();
+    world.on("fail EAGAIN fork #1");
+    lists();
+    EXPECT_EQ(run(), (told{0, LOADED, ""}));
+    std::string seen = support::without(trace(), {"fork"});
+    EXPECT_EQ(seen.substr(0, seen.find("run iptables-restore")),
+              "run firewall_update br0 vlan2 both\n" + LOOK);
+}
+
+TEST_F(firewall_command, leaves_no_lock_and_no_descriptor)
+{
+    int next = dup(STDERR_FILENO);
+    close(next);
+    rebuilds();
+    lists();
+    run();
+    int now = dup(STDERR_FILENO);
+    close(now);
+    EXPECT_EQ(now, next);
+}
+
 TEST_F(firewall_command, that_cannot_have_its_lock_does_nothing)
 {
     world.mkdir(FIREWALL_RECORD);

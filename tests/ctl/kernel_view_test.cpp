@@ -91,6 +91,16 @@ TEST_F(kernel_network, has_addresses_with_labels_up_to_four)
     EXPECT_EQ(br0->address_be[3], inet_addr("10.0.0.3"));
 }
 
+TEST_F(kernel_network, has_the_loopback_first)
+{
+    ip("link set lo up\naddress add 10.0.0.1/32 dev lo");
+    const iface_view *lo = look("lo");
+    ASSERT_NE(lo, nullptr);
+    EXPECT_EQ(view.ifaces, 1U);
+    ASSERT_EQ(lo->addresses, 2U);
+    EXPECT_EQ(lo->address_be[1], inet_addr("10.0.0.1"));
+}
+
 // The loopback is the first of them.
 TEST_F(kernel_network, has_more_interfaces_than_are_seen)
 {

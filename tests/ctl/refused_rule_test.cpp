@@ -57,6 +57,8 @@ const refusal_row rows[] = {
      "    line 1 failed\n    /tmp/filter_rules:1: -A OUTPUT -s 203.0.113.999 -j DROP\n"},
     {"the first of equal entries", "-A INPUT -s 203.0.113.999 -j DROP\n", "line 1 failed\n", "/etc/default/rules", "DROP a - 203.0.113.999 - - - - -\nDROP b - 203.0.113.999 - - - - -\n",
      "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT -s 203.0.113.999 -j DROP\n    made of /etc/default/rules:1\n"},
+    {"an address that stands within another", "-A INPUT -s 10.0.0.1 -j DROP\n", "line 1 failed\n", "/etc/default/rules", "DROP b - 110.0.0.12 - - - - -\nDROP a - 10.0.0.1 - - - - -\n",
+     "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT -s 10.0.0.1 -j DROP\n    made of /etc/default/rules:2\n"},
     {"entries of which only flags and dashes are alike", "-A INPUT -s 203.0.113.9 1\n", "line 1 failed\n", "/etc/default/rules", "- 1 - - - 1 1\n",
      "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT -s 203.0.113.9 1\n"},
     {"a line of one word", "INPUT\n", "line 1 failed\n", "/etc/default/rules", "INPUT\n", "    line 1 failed\n    /tmp/filter_rules:1: INPUT\n"},

@@ -57,7 +57,7 @@ TEST_F(report_command, tells_all_that_a_bug_report_needs)
                 R"({"Network":{"Lan":[{"iface":"br0","name":"LAN0","type":"static"}],"Wan":[)"
                 R"({"iface":"vlan2","name":"WAN","auto":true,"type":"pppoe","have_tunnels":true,)"
                 R"("Tunnels":[{"name":"wan1","type":"pppoe","auto":true,"metric":1,"rate":1.5,)"
-                R"("login":"somebody","passwd":["se","same"]}]}]}})");
+                R"("login":"somebody","passwd":["se","same"]},{"name":"wan2","passwd":"ab"}]}]}})");
     world.write("/var/run/state_link", R"({"state_links":[{"iface":"ppp1","login":null}]})");
     world.write("/etc/default/ppp-peers", "# name pppoe auto login passwd iface ac service metric\n"
                                           "wan1 pppoe 1 grandma sesame42 vlan2 ac1 isp 1\n"

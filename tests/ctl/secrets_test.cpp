@@ -82,6 +82,20 @@ TEST_F(learned_secrets, of_the_document_are_such_members_however_deep)
     EXPECT_EQ(learn(), (list{"outside", "deeper", "inside"}));
 }
 
+// The last one counts, as for all who read the document.
+TEST_F(learned_secrets, of_a_document_with_a_member_twice)
+{
+    world.write("/var/run/Config", R"({"login": "one", "login": "other"})");
+    EXPECT_EQ(learn(), (list{"other"}));
+}
+
+TEST_F(learned_secrets, are_two)
+{
+    world.write("/etc/nvram/0", "pin=abcd\npass=abcdefgh\n");
+    EXPECT_EQ(learn(), (list{"abcdefgh", "abcd"}));
+    EXPECT_EQ(masked("abcdefgh abcd", false), "*** ***");
+}
+
 TEST_F(learned_secrets, may_be_many_and_are_kept_once_the_longest_first)
 {
     std::string lines;

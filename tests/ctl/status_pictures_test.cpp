@@ -1,5 +1,6 @@
 // What mctl status tells of a router, and what mctl heal does to it and says, to the letter: a row
 // for each way that leads to a reason or past it. The texts are in tests/fixtures/ctl/pictures.
+#include "config/document.h"
 #include "ctl/heal/steps.h"
 #include "ctl/pictures.h"
 #include "ctl/status/status.h"
@@ -98,6 +99,7 @@ const picture ROWS[] = {
 
     // ---- a WAN by DHCP
     {"a lease in order", LAN, DHCP, LEASE, WAN_UP, JUMP, CLIENT},
+    {"a lease in order without a LAN", "", DHCP, LEASE, VLAN2 + "route vlan2 102 192.0.2.1\n", JUMP, CLIENT},
     {"a WAN that is not chosen", LAN, "{'iface':'vlan2','name':'WAN','auto':false,'type':'dhcp'}", "", BR0},
     {"a WAN that is not chosen, with the client of yesterday", LAN, "{'iface':'vlan2','name':'WAN','auto':false,'type':'dhcp'}", LEASE, WAN_UP, JUMP, CLIENT},
     {"a WAN that is not chosen, with the record of yesterday", LAN, "{'iface':'vlan2','name':'WAN','auto':false,'type':'dhcp'}", LEASE, WAN_UP, JUMP},
@@ -298,6 +300,93 @@ TEST_P(status_picture, is_told_and_mended)
         seen += "---- what is recorded then\n" + recorded();
     seen = support::without(with_names(seen), {"further"});
     EXPECT_TRACE(support::part_of(world.fixture("ctl/status_pictures"), GetParam().name), seen);
+}
+
+using judged_again = pictures::picture_test;
+
+// As heal does it, round by round.
+TEST_F(judged_again, is_content_when_all_was_mended)
+{
+    show({"", "", MANY + "," + DHCP, NO_STORE, "", jump("ppp4", "192.0.2.65")});
+    EXPECT_TRUE(status.is_cut);
+    EXPECT_EQ(status.link[status.links - 1].reasons, 1U);
+    EXPECT_FALSE(status.is_well);
+    forget_look(&at);
+    world.clear_rules();
+    show({"", LAN, "", NO_STORE, BR0});
+    EXPECT_FALSE(status.is_cut);
+    EXPECT_EQ(status.link[status.links - 1].reasons, 0U);
+    EXPECT_TRUE(status.is_well);
+}
+
+struct age_row {
+    const char *name;
+    timespec config;
+    timespec source;
+    bool is_old;
+};
+
+constexpr age_row ages[] = {
+    {"much newer", {1500000000, 500}, {1500000009, 0}, true},
+    {"a second newer", {1500000000, 500}, {1500000001, 500}, true},
+    {"a second newer, and a fraction less", {1500000000, 500}, {1500000001, 499}, true},
+    {"a fraction newer", {1500000000, 500}, {1500000000, 501}, true},
+    {"as old", {1500000000, 500}, {1500000000, 500}, false},
+    {"a fraction older", {1500000000, 500}, {1500000000, 499}, false},
+    {"a second older, and a fraction more", {1500000001, 500}, {1500000000, 501}, false},
+    {"much older", {1500000009, 0}, {1500000000, 500}, false},
+};
+
+class document_age : public pictures::picture_test
+{
+  protected:
+    static void set_time(const std::string &path, const timespec &time)
+    {
+        const timespec times[] = {time, time};
+        EXPECT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0) << path;
+    }
+    bool is_old()
+    {
+        judge(at, &status);
+        const link_status &router = status.link[status.links - 1];
+        return router.reasons == 1 && router.reason_of[0].id == reason::config_old;
+    }
+};
+
+// What is in the document is not what the settings make.
+TEST_F(document_age, is_that_of_the_newest_settings)
+{
+    const std::vector<std::string> sources = {"/etc/default/network-interfaces",
+                                              "/etc/default/ppp-peers", "/etc/default/dns.conf",
+                                              "/etc/default/wimax", "/etc/default"};
+    for (const std::string &path : sources) {
+        if (path != "/etc/default")
+            world.write(path, "");
+    }
+    show({"", LAN, "", NO_STORE, BR0});
+    for (const std::string &path : sources) {
+        for (const age_row &row : ages) {
+            for (const std::string &other : sources)
+                set_time(other, {1400000000, 0});
+            set_time("/var/run/Config", row.config);
+            set_time(path, row.source);
+            EXPECT_EQ(is_old(), row.is_old) << path << ": " << row.name;
+        }
+    }
+    for (const std::string &path : sources)
+        world.remove(path);
+    EXPECT_FALSE(is_old()) << "there are no settings";
+}
+
+TEST_F(document_age, matters_only_where_the_settings_have_changed)
+{
+    world.copy_in(support::example_path("router"), "/");
+    set_config(1);
+    char fault[FAULT_MAX] = "";
+    ASSERT_TRUE(look_around(&at, fault)) << fault;
+    set_time("/var/run/Config", {1500000000, 0});
+    set_time("/etc/default/dns.conf", {1600000000, 0});
+    EXPECT_FALSE(is_old());
 }
 
 using left_alone = pictures::picture_test;

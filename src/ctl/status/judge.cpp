@@ -58,7 +58,6 @@ static void judge_tunnels(const look &at, router_status *status, const link_stat
             return;
         link->entry = tunnel;
         link->below = wan.entry;
-        link->position = wan.position;
         judge_tunnel(at, wan, is_dialled(wan, tunnel, &budget), link);
     }
 }
@@ -124,7 +123,6 @@ void judge(const look &at, router_status *status)
     link_status *router = &status->link[status->links];
     *router = {};
     router->what = subject::router;
-    router->is_wanted = true;
     text_set(router->name, "router");
     judge_router(at, *status, router);
     status->links++;

@@ -36,7 +36,7 @@ struct link_status {
     found_reason reason_of[REASONS_OF_LINK_MAX];
 
     // What the reasons come from. The documents are the look's.
-    int position;          // of the WAN entry, from 1; of a tunnel the one below it; else 0
+    int position;          // of the WAN entry, from 1; else 0
     const json_t *entry;   // of Config
     const json_t *below;   // the WAN entry of a tunnel
     const json_t *record;  // of the store
