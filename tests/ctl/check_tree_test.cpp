@@ -3,6 +3,7 @@
 #include "ctl/check/report.h"
 #include "ctl/check/tree.h"
 #include "ctl/code_test.h"
+#include "support/descriptors.h"
 
 #include <errno.h>
 #include <string.h>
@@ -184,14 +185,11 @@ TEST_F(settings_tree, has_files_that_cannot_be_opened)
 
 TEST_F(settings_tree, leaves_no_descriptor_open)
 {
-    int next = dup(STDERR_FILENO);
-    close(next);
+    const std::set<int> open = support::open_descriptors();
     load("/etc/file");
     load("/etc");
     load("/etc/none");
-    int now = dup(STDERR_FILENO);
-    EXPECT_EQ(now, next);
-    close(now);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 TEST_F(settings_tree, is_a_directory)

@@ -2,6 +2,7 @@
 // not as it was generated, and the ways into the port forwards.
 #include "ctl/record_lock.h"
 #include "ctl/run_mctl.h"
+#include "support/descriptors.h"
 #include "support/texts.h"
 #include "support/unit_test.h"
 
@@ -262,14 +263,11 @@ TEST_F(firewall_command, does_without_the_process_beside_the_rebuild)
 
 TEST_F(firewall_command, leaves_no_lock_and_no_descriptor)
 {
-    int next = dup(STDERR_FILENO);
-    close(next);
     rebuilds();
     lists();
+    const std::set<int> open = support::open_descriptors();
     run();
-    int now = dup(STDERR_FILENO);
-    close(now);
-    EXPECT_EQ(now, next);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 TEST_F(firewall_command, that_cannot_have_its_lock_does_nothing)

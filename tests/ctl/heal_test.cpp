@@ -2,10 +2,10 @@
 // what it says when it cannot look. The steps have their rows in status_pictures_test.cpp.
 #include "ctl/record_lock.h"
 #include "ctl/run_mctl.h"
+#include "support/descriptors.h"
 #include "support/texts.h"
 #include "support/unit_test.h"
 
-#include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -164,23 +164,14 @@ TEST_F(heal_command, mends_what_stands_behind_what_it_leaves_alone)
                     ""}));
 }
 
-int next_descriptor()
-{
-    int next = dup(STDERR_FILENO);
-    close(next);
-    return next;
-}
-
 TEST_F(heal_command, leaves_no_lock_and_no_descriptor)
 {
     has_left("w1", "66");
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     for (const std::vector<std::string> &words :
          {std::vector<std::string>{"heal"}, {"heal", "--dry-run"}, {"status"}, {"report"}}) {
-        bool had_input = fcntl(STDIN_FILENO, F_GETFD) >= 0;
         run_mctl(words);
-        EXPECT_EQ(next_descriptor(), next) << words[0];
-        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD) >= 0, had_input) << words[0];
+        EXPECT_EQ(support::open_descriptors(), open) << words[0];
     }
 }
 

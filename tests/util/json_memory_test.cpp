@@ -238,6 +238,7 @@ TEST_F(little_memory, loads_no_part_of_a_document)
         json_t *root = load_document(STORE);
         json_set_alloc_funcs(malloc, free);
         EXPECT_EQ(root == nullptr, has_failed) << n;
+        EXPECT_FALSE(json_memory_failed()) << "for what is built without it";
         if (!has_failed) {
             json_decref(root);
             EXPECT_GT(n, 10);
@@ -271,6 +272,21 @@ TEST_F(little_memory, of_our_own_counts_as_well)
         log mcfg-save_link_state_ex: stop
     )",
                  world.trace());
+}
+
+TEST_F(little_memory, has_run_out_though_a_document_was_loaded_since)
+{
+    world.write("/document", R"({"key": "value"})");
+    watch_json_memory();
+    note_failed_allocation();
+    json_t *root = load_document("/document");
+    EXPECT_NE(root, nullptr);
+    EXPECT_TRUE(json_memory_failed());
+    json_decref(root);
+    watch_json_memory();
+    root = load_document("/document");
+    EXPECT_FALSE(json_memory_failed());
+    json_decref(root);
 }
 
 } // namespace

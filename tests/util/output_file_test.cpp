@@ -3,6 +3,7 @@
 #include "util/open_file.h"
 #include "util/output_file.h"
 
+#include "support/descriptors.h"
 #include "support/unit_test.h"
 
 #include <errno.h>
@@ -41,13 +42,6 @@ class sealed_file
     std::string path;
 };
 
-int next_descriptor()
-{
-    int next = dup(STDERR_FILENO);
-    close(next);
-    return next;
-}
-
 using opened_file = support::unit_test;
 
 TEST_F(opened_file, is_cut_for_writing)
@@ -65,11 +59,11 @@ TEST_F(opened_file, is_cut_for_writing)
 TEST_F(opened_file, that_cannot_be_cut_stays_as_it_is)
 {
     sealed_file file("of before", F_SEAL_SHRINK);
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     EXPECT_EQ(open_stream(file.path.c_str(), "w"), nullptr);
     EXPECT_EQ(errno, EPERM);
     EXPECT_EQ(file.content(), "of before");
-    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 TEST_F(opened_file, that_is_empty_needs_no_cut)
@@ -84,12 +78,12 @@ TEST_F(opened_file, is_no_fifo)
 {
     ASSERT_EQ(mkfifo("/fifo", 0600), 0);
     int other_end = open("/fifo", O_RDWR | O_CLOEXEC);
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     EXPECT_EQ(open_file("/fifo", O_RDONLY), -1);
     EXPECT_EQ(errno, EINVAL);
     EXPECT_EQ(open_stream("/fifo", "w"), nullptr);
     EXPECT_EQ(errno, EINVAL);
-    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(support::open_descriptors(), open);
     close(other_end);
     EXPECT_EQ(open_stream("/fifo", "w"), nullptr);
     EXPECT_EQ(errno, ENXIO);
@@ -128,7 +122,7 @@ TEST_F(output_file, is_whole)
 TEST_F(output_file, that_cannot_be_written_is_told_at_its_end)
 {
     sealed_file sealed("", F_SEAL_GROW);
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     EXPECT_EQ(errors_of(
                   [](void *path) {
                       FILE *file = create_output(static_cast<std::string *>(path)->c_str());
@@ -137,7 +131,7 @@ TEST_F(output_file, that_cannot_be_written_is_told_at_its_end)
                   },
                   &sealed.path),
               "/file: Operation not permitted\n");
-    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 // The reason is forgotten by then.

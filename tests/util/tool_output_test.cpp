@@ -1,6 +1,7 @@
 // What an outside tool writes, taken into memory.
 #include "util/tool_output.h"
 
+#include "support/descriptors.h"
 #include "support/unit_test.h"
 
 #include <errno.h>
@@ -48,19 +49,12 @@ class tool_output : public support::unit_test
         free(text);
         return result;
     }
-
-    static int next_descriptor()
-    {
-        int next = dup(STDERR_FILENO);
-        close(next);
-        return next;
-    }
 };
 
 TEST_F(tool_output, is_taken)
 {
     script("echo $1 out\necho err >&2\necho more\n");
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     std::string err = support::private_world::captured(
         2,
         [](void *) {
@@ -68,13 +62,13 @@ TEST_F(tool_output, is_taken)
         },
         nullptr);
     EXPECT_EQ(err, "err\n");
-    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 TEST_F(tool_output, is_taken_with_its_errors)
 {
     script("echo $1 out\necho err >&2\necho more\n");
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     std::string err = support::private_world::captured(
         2,
         [](void *) {
@@ -83,7 +77,7 @@ TEST_F(tool_output, is_taken_with_its_errors)
         },
         nullptr);
     EXPECT_EQ(err, "of ours\n");
-    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 TEST_F(tool_output, may_be_nothing)
@@ -190,7 +184,7 @@ TEST_F(tool_output, is_none_without_a_process)
 {
     script("echo text\n");
     world.on("fail EAGAIN fork");
-    int next = next_descriptor();
+    const std::set<int> open = support::open_descriptors();
     std::string err = support::private_world::captured(
         2,
         [](void *) {
@@ -198,7 +192,7 @@ TEST_F(tool_output, is_none_without_a_process)
         },
         nullptr);
     EXPECT_EQ(err, "fork: Resource temporarily unavailable\n");
-    EXPECT_EQ(next_descriptor(), next);
+    EXPECT_EQ(support::open_descriptors(), open);
 }
 
 TEST_F(tool_output, is_none_without_descriptors)
@@ -207,7 +201,9 @@ TEST_F(tool_output, is_none_without_descriptors)
     rlimit before = {};
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
-    few.rlim_cur = static_cast<rlim_t>(next_descriptor());
+    few.rlim_cur = 0;
+    while (fcntl(static_cast<int>(few.rlim_cur), F_GETFD) >= 0)
+        few.rlim_cur++;
     setrlimit(RLIMIT_NOFILE, &few);
     taken seen = take(read_tool_output);
     setrlimit(RLIMIT_NOFILE, &before);
