@@ -210,9 +210,9 @@ class Tree:
     def set_switch(self, active, segment=-1):
         """Makes the programs that the tests start this mutant. (The unit tests' program is told when it runs.)"""
         for name in PROGRAMS if segment != -1 or active == -1 else PROGRAMS[:-1]:
-            self._set_switch(name, active, segment)
+            self.switch_program(name, active, segment)
 
-    def _set_switch(self, name, active, segment):
+    def switch_program(self, name, active, segment=-1):
         if name not in self.switches:
             content = open(os.path.join(self.kept, name), "rb").read()
             self.switches[name] = content.index(schemata.SWITCH_MARK) + len(schemata.SWITCH_MARK)

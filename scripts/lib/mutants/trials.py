@@ -113,7 +113,11 @@ class Trials:
         alone = [name for name in names if name in self.unserved]
         if not alone:
             return None
-        return self._first_failed(program, alone, *self._start(program, alone, cpu_s, wall_s))
+        self.tree.switch_program(program, mutant.number)
+        try:
+            return self._first_failed(program, alone, *self._start(program, alone, cpu_s, wall_s))
+        finally:
+            self.tree.switch_program(program, -1)
 
     @staticmethod
     def _first_failed(program, names, passed, out):
