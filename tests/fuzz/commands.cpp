@@ -59,9 +59,12 @@ constexpr std::string_view commands[] = {
 constexpr std::string_view tools[] = {
     "/etc/init.d/scripts/resolv",
     "brctl",
+    "firewall_update",
     "iptables",
     "iptables-restore",
     "killall",
+    "logread",
+    "mcfg",
     "pppd",
     "sys_netbase",
     "udhcpc",
@@ -175,6 +178,8 @@ void check_line(const char *text)
         violated("no command of ours: %s", text);
     if (here.is_expecting)
         check_expected(line, words);
+    if (here.on_command)
+        here.on_command(words);
 }
 
 void check_tool(const char *const words[])

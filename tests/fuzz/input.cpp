@@ -24,6 +24,15 @@ const std::string *input::next()
     return is_absent ? nullptr : &part;
 }
 
+bool input::holds(const std::string &text) const
+{
+    for (const std::string &part : parts) {
+        if (part.find(text) != part.npos)
+            return true;
+    }
+    return false;
+}
+
 std::string input::next_text()
 {
     const std::string *part = next();

@@ -26,6 +26,9 @@ class input
     // The next part as a text; an absent one is empty.
     std::string next_text();
 
+    // Whether one of the parts has this text in it.
+    bool holds(const std::string &text) const;
+
   private:
     std::vector<std::string> parts;
     size_t position = 0;

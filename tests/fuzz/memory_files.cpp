@@ -35,14 +35,18 @@ constexpr const char *directories[] = {
     "/etc_ro/wlan",
     "/media",
     "/proc",
+    "/proc/net",
     "/sbin",
     "/sys",
     "/sys/devices",
     "/sys/devices/usb1",
+    "/sys/class",
+    "/sys/class/net",
     "/sys/devices/usb1/device",
     "/tmp",
     "/var",
     "/var/lock",
+    "/var/log",
     "/var/run",
 };
 
@@ -68,6 +72,8 @@ struct own_place {
 // Where the program creates, changes and removes files. "*" is any text without a "/".
 constexpr own_place own_places[] = {
     "/var/run/Config",
+    "/var/run/mctl-firewall.lock",
+    "/var/run/mctl-heal.lock",
     "/var/run/state_link",
     "/var/run/net-state",
     "/var/lock/Config.lock",
@@ -133,6 +139,7 @@ int memory_files::add(kind what, int parent, std::string_view name, mode_t mode)
     added.what = what;
     added.is_there = true;
     added.mode = mode;
+    added.changed_s = 0;
     added.first_child = NO_NODE;
     added.name = name;
     added.data.clear();
@@ -184,6 +191,7 @@ void memory_files::reset()
     used = standing;
     for (size_t i = 0; i < standing; i++) {
         nodes[i].is_there = true;
+        nodes[i].changed_s = 0;
         nodes[i].first_child = nodes[i].first_standing_child;
     }
     for (descriptor &row : descriptors)
@@ -297,6 +305,45 @@ void memory_files::put(std::string_view path, std::string_view content)
         violated("no place for the file %s", std::string(path).c_str());
     int made = where.node >= 0 ? where.node : add(kind::file, where.directory, where.name, 0644);
     nodes[static_cast<size_t>(made)].data = content;
+}
+
+void memory_files::put_deep(std::string_view path, std::string_view content)
+{
+    for (size_t slash = path.find('/', 1); slash != path.npos; slash = path.find('/', slash + 1)) {
+        place where = resolve(path.substr(0, slash), true);
+        if (where.node < 0 && where.directory >= 0 && !where.name.empty())
+            add(kind::directory, where.directory, where.name, 0755);
+    }
+    place where = resolve(path, false);
+    bool is_free = where.node < 0 && where.directory >= 0 && !where.name.empty();
+    if (is_free || (where.node >= 0 && nodes[static_cast<size_t>(where.node)].what == kind::file))
+        put(path, content);
+}
+
+std::vector<std::string> memory_files::names_in(std::string_view path)
+{
+    std::vector<std::string> names;
+    int found = find(path);
+    int index = found >= 0 ? nodes[static_cast<size_t>(found)].first_child : NO_NODE;
+    for (; index != NO_NODE; index = nodes[static_cast<size_t>(index)].next_child) {
+        const node &candidate = nodes[static_cast<size_t>(index)];
+        if (candidate.is_there)
+            names.push_back(candidate.name);
+    }
+    return names;
+}
+
+void memory_files::set_change_time(std::string_view path, time_t when_s)
+{
+    int found = find(path);
+    if (found >= 0)
+        nodes[static_cast<size_t>(found)].changed_s = when_s;
+}
+
+time_t memory_files::change_time(std::string_view path)
+{
+    int found = find(path);
+    return found >= 0 ? nodes[static_cast<size_t>(found)].changed_s : 0;
 }
 
 void memory_files::put_link(std::string_view path, const std::string &target)

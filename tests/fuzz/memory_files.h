@@ -22,6 +22,16 @@ class memory_files
     // Put a file there, whatever the program may do at that place. Its directory must exist.
     void put(std::string_view path, std::string_view content);
 
+    // The same with the directories on the way. Does nothing where there can be no file.
+    void put_deep(std::string_view path, std::string_view content);
+
+    // When a file was changed last: 0 unless it is set.
+    void set_change_time(std::string_view path, time_t when_s);
+    time_t change_time(std::string_view path);
+
+    // What is in a directory.
+    std::vector<std::string> names_in(std::string_view path);
+
     // Put a symbolic link to target there. Nothing may be in its place.
     void put_link(std::string_view path, const std::string &target);
 
@@ -69,6 +79,7 @@ class memory_files
         int parent;
         bool is_there;
         mode_t mode;
+        time_t changed_s;
         int first_child;          // the last one added comes first
         int first_standing_child; // as it was when the router had booted
         int next_child;           // of the same parent

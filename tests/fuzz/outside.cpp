@@ -1,6 +1,7 @@
 #include "fuzz/outside.h"
 
 #include "fuzz/commands.h"
+#include "fuzz/descriptors.h"
 #include "fuzz/guarded_memory.h"
 #include "fuzz/names.h"
 #include "fuzz/property.h"
@@ -19,7 +20,6 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
-#include <ifaddrs.h>
 #include <jansson.h>
 #include <net/if.h>
 #include <net/route.h>
@@ -45,16 +45,22 @@ constexpr size_t LOG_TEXT_MAX = 512;
 std::jmp_buf ending;
 std::jmp_buf child_ending;
 bool is_in_child = false;
+bool is_starting_tool = false;
+bool is_alarm_set = false;
+int sleeps = 0;
 mode_t file_mask = 022;
 
 ssize_t write_output(void *, const char *buffer, size_t size)
 {
+    if (!fuzz::is_output_in_place())
+        violated("text for the standard output goes to a tool's pipe");
     here.standard_output.append(buffer, size);
     return static_cast<ssize_t>(size);
 }
 
-ssize_t write_nowhere(void *, const char *, size_t size)
+ssize_t write_errors(void *, const char *buffer, size_t size)
 {
+    here.standard_error.append(buffer, size);
     return static_cast<ssize_t>(size);
 }
 
@@ -124,9 +130,11 @@ void answer_request(unsigned long number, void *argument)
         break;
     case SIOCADDRT:
     case SIOCDELRT:
+        here.requests++;
         check_route(static_cast<const rtentry *>(argument));
         break;
     default:
+        here.requests++;
         break;
     }
 }
@@ -164,7 +172,14 @@ void release_outside()
     release_streams();
     release_guarded();
     is_in_child = false;
+    is_starting_tool = false;
     file_mask = 022;
+}
+
+void begin_process()
+{
+    is_alarm_set = false;
+    sleeps = 0;
 }
 
 } // namespace fuzz
@@ -172,12 +187,13 @@ void release_outside()
 extern "C" {
 
 FILE *outside_stdout = make_output(write_output);
-FILE *outside_stderr = make_output(write_nowhere);
+FILE *outside_stderr = make_output(write_errors);
 }
 
 void fuzz::flush_outside()
 {
     fflush(outside_stdout);
+    fflush(outside_stderr);
 }
 
 extern "C" {
@@ -195,7 +211,10 @@ pid_t outside_fork()
 {
     if (is_in_child)
         return 0;
-    if (here.answer() != 255)
+    unsigned answer = here.answer();
+    if (answer == 254 && !is_starting_tool)
+        return 0; // from here on, this is the child
+    if (answer != 255)
         return CHILD_PID;
     errno = EAGAIN;
     return -1;
@@ -207,7 +226,9 @@ pid_t outside_waitpid(pid_t pid, int *status, int)
         violated("waiting for a process of somebody else: %d", static_cast<int>(pid));
     unsigned code = here.answer();
     unsigned sig = here.answer();
-    *status = static_cast<int>(code << 8 | sig);
+    int result = static_cast<int>(code << 8 | sig);
+    if (status != nullptr)
+        *status = result != 0 ? result : here.tool_status << 8;
     if (sig != 255)
         return pid;
     errno = ECHILD;
@@ -218,9 +239,17 @@ int outside_execvp(const char *file, char *const words[])
 {
     if (strcmp(file, words[0]) != 0)
         violated("a tool under another name: %s", file);
+    here.tool_output.clear();
+    here.tool_errors.clear();
+    here.tool_status = 0;
     fuzz::check_tool(words);
-    if (here.answer() == 0)
+    if (here.answer() == 0) {
+        if (here.on_command)
+            here.on_command(here.tools.back());
+        fuzz::write_as_tool();
         longjmp(child_ending, 1);
+    }
+    here.tool_status = ENOENT;
     errno = ENOENT;
     return -1;
 }
@@ -245,63 +274,88 @@ pid_t outside_setsid()
     return CHILD_PID;
 }
 
-unsigned outside_alarm(unsigned)
+unsigned outside_alarm(unsigned seconds)
 {
+    is_alarm_set = is_alarm_set || (!is_in_child && seconds != 0);
     return 0;
+}
+
+// Nobody sleeps for ever: an alarm ends the process then.
+static void sleep_once()
+{
+    constexpr int SLEEPS_MAX = 256;
+    here.sleep();
+    if (++sleeps < SLEEPS_MAX)
+        return;
+    if (!is_alarm_set)
+        violated("a process that sleeps again and again");
+    end_process(128 + SIGALRM);
 }
 
 unsigned outside_sleep(unsigned)
 {
+    sleep_once();
     return 0;
 }
 
 int outside_nanosleep(const timespec *, timespec *)
 {
+    sleep_once();
     return 0;
 }
 
-// What only mctl's other sub-commands ask for, which no target runs: they find nothing here.
 int outside_isatty(int)
 {
-    return 0;
+    return here.is_terminal ? 1 : 0;
 }
 
-int outside_pipe2(int *, int)
+int outside_pipe2(int *ends, int)
 {
+    if (here.answer() != 255) {
+        fuzz::open_pipe(ends);
+        return 0;
+    }
     errno = EMFILE;
     return -1;
 }
 
-int outside_getifaddrs(ifaddrs **list)
+int outside_kill(pid_t pid, int sig)
 {
-    *list = nullptr;
-    return -1;
+    if (sig != SIGTERM && sig != SIGKILL && sig != SIGHUP)
+        violated("signal %d", sig);
+    here.signals.emplace_back(pid, sig);
+    return here.answer() == 0 ? 0 : -1;
 }
 
-void outside_freeifaddrs(ifaddrs *) {}
+// Directories, one at a time
 
-// Nor are there other processes.
-DIR *outside_opendir(const char *)
+static std::vector<std::string> listed;
+static size_t listed_next = 0;
+static dirent listed_entry;
+
+DIR *outside_opendir(const char *path)
 {
-    errno = ENOENT;
-    return nullptr;
+    if (here.files.test(path) != 0)
+        return nullptr;
+    listed = here.files.names_in(path);
+    listed_next = 0;
+    return reinterpret_cast<DIR *>(&listed);
 }
 
-dirent *outside_readdir(DIR *)
+dirent *outside_readdir(DIR *directory)
 {
-    return nullptr;
+    if (directory != reinterpret_cast<DIR *>(&listed) || listed_next == listed.size())
+        return nullptr;
+    const std::string &name = listed[listed_next++];
+    listed_entry.d_name[name.copy(listed_entry.d_name, sizeof(listed_entry.d_name) - 1)] = '\0';
+    return &listed_entry;
 }
 
 int outside_closedir(DIR *)
 {
+    listed.clear();
+    listed_next = 0;
     return 0;
-}
-
-int outside_kill(pid_t, int sig)
-{
-    if (sig != SIGTERM && sig != SIGKILL)
-        violated("signal %d", sig);
-    return here.answer() == 0 ? 0 : -1;
 }
 
 void (*outside_signal(int, void (*)(int)))(int)
@@ -327,11 +381,30 @@ int seen_run_words(const char *const argv[]) asm("__wrap__Z9run_wordsPKPKc");
 int seen_run_words(const char *const argv[])
 {
     fflush(outside_stdout);
-    is_in_child = true;
+    is_starting_tool = is_in_child = true;
     if (setjmp(child_ending) == 0)
         real_run_words(argv);
     is_in_child = false;
-    return real_run_words(argv);
+    int result = real_run_words(argv);
+    is_starting_tool = false;
+    return result;
+}
+
+// The same for a tool whose output is taken. In the program, run_words() does not come by here.
+int real_eval(char *const argv[], const char *path, unsigned timeout,
+              pid_t *child) asm("__real__Z5_evalPKPcPKcjPi");
+int seen_eval(char *const argv[], const char *path, unsigned timeout,
+              pid_t *child) asm("__wrap__Z5_evalPKPcPKcjPi");
+
+int seen_eval(char *const argv[], const char *path, unsigned timeout, pid_t *child)
+{
+    is_starting_tool = is_in_child = true;
+    if (setjmp(child_ending) == 0)
+        real_eval(argv, path, timeout, nullptr);
+    is_in_child = false;
+    int result = real_eval(argv, path, timeout, child);
+    is_starting_tool = false;
+    return result;
 }
 
 // Environment and clock
@@ -422,6 +495,14 @@ void *outside_malloc(size_t size)
     return malloc(std::min(size, LARGEST));
 }
 
+// The same of the room for what a tool writes.
+void *outside_calloc(size_t count, size_t size)
+{
+    constexpr size_t TOOL_OUTPUT = 256 * 1024;
+    constexpr size_t LARGEST = 64 * 1024;
+    return calloc(count, count == 1 && size == TOOL_OUTPUT ? LARGEST : size);
+}
+
 // Files
 
 int outside_open(const char *path, int flags, ...)
@@ -440,11 +521,15 @@ int outside_close(int fd)
 {
     if (fd == SOCKET || is_in_child) // the parent's own stay open
         return 0;
+    if (fuzz::is_standing(fd))
+        return fuzz::close_standing(fd);
     return here.files.close(fd);
 }
 
 ssize_t outside_read(int fd, void *buffer, size_t size)
 {
+    if (fuzz::is_standing(fd))
+        return fuzz::read_pipe(static_cast<char *>(buffer), size);
     return here.files.read(fd, static_cast<char *>(buffer), size);
 }
 
@@ -465,6 +550,11 @@ FILE *outside_fdopen(int fd, const char *mode)
     return fuzz::open_stream_on(fd, mode[0] != 'r');
 }
 
+FILE *outside_open_memstream(char **text, size_t *size)
+{
+    return fuzz::open_text(text, size);
+}
+
 int outside_fclose(FILE *stream)
 {
     return fuzz::close_stream(stream);
@@ -475,9 +565,9 @@ int outside_fileno(FILE *stream)
     return fuzz::descriptor_of(stream);
 }
 
-int outside_dup2(int, int to)
+int outside_dup2(int from, int to)
 {
-    return to;
+    return is_in_child ? to : fuzz::put_in_place(from, to);
 }
 
 int outside_access(const char *path, int)
@@ -485,17 +575,18 @@ int outside_access(const char *path, int)
     return here.files.test(path);
 }
 
-static int fill(mode_t mode, struct stat *status)
+static int fill(const char *path, mode_t mode, struct stat *status)
 {
     *status = {};
     status->st_mode = mode;
+    status->st_mtim.tv_sec = here.files.change_time(path);
     return 0;
 }
 
 static int get_status(const char *path, bool follow, struct stat *status)
 {
     mode_t mode = 0;
-    return here.files.get_mode(path, follow, &mode) == 0 ? fill(mode, status) : -1;
+    return here.files.get_mode(path, follow, &mode) == 0 ? fill(path, mode, status) : -1;
 }
 
 int outside_stat(const char *path, struct stat *status)
@@ -548,6 +639,8 @@ int outside_flock(int, int)
 // The record lock of hotplug events: held by nobody, or by another process.
 int outside_fcntl(int fd, int command, ...)
 {
+    if (command == F_DUPFD_CLOEXEC)
+        return fuzz::duplicate(fd);
     if (!here.files.is_open(fd)) {
         errno = EBADF;
         return -1;
@@ -559,6 +652,10 @@ int outside_fcntl(int fd, int command, ...)
     unsigned answer = here.answer();
     if (answer == 1) {
         errno = EDEADLK;
+        return -1;
+    }
+    if (answer == 2 && command == F_SETLK) {
+        errno = EAGAIN;
         return -1;
     }
     if (command == F_GETLK && answer == 0)

@@ -9,6 +9,9 @@ namespace fuzz
 // Take back what a run has left behind: open streams, memory of documents.
 void release_outside();
 
+// A process begins: it has slept for no time, and no alarm is set.
+void begin_process();
+
 // What the end of a process does to its standard output.
 void flush_outside();
 

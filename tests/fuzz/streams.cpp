@@ -34,6 +34,9 @@ struct pool {
 pool readers;
 pool writers;
 
+constexpr size_t TEXTS_MAX = 8;
+FILE *texts[TEXTS_MAX] = {};
+
 int open_descriptor(void *cookie)
 {
     int fd = static_cast<stream *>(cookie)->fd;
@@ -119,8 +122,26 @@ FILE *open_stream_on(int fd, bool writes)
     return opened->file;
 }
 
+FILE *open_text(char **text, size_t *size)
+{
+    for (FILE *&place : texts) {
+        if (place != nullptr)
+            continue;
+        place = open_memstream(text, size);
+        __fsetlocking(place, FSETLOCKING_BYCALLER);
+        return place;
+    }
+    violated("texts are written one beside the other");
+}
+
 int close_stream(FILE *file)
 {
+    for (FILE *&place : texts) {
+        if (place != file || file == nullptr)
+            continue;
+        place = nullptr;
+        return fclose(file);
+    }
     stream *closed = find_open(file);
     if (closed == nullptr)
         violated("a stream closed that is not open");
@@ -145,6 +166,10 @@ void release_streams()
 {
     release(&readers);
     release(&writers);
+    for (const FILE *place : texts) {
+        if (place != nullptr)
+            violated("a stream into memory stays open");
+    }
 }
 
 } // namespace fuzz

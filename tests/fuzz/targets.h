@@ -42,5 +42,9 @@ void test_names(input &parts);
 void test_quote(input &parts);
 void test_peers(input &parts);
 void test_check(input &parts);
+void test_status(input &parts);
+void test_heal(input &parts);
+void test_report(input &parts);
+void test_rebuild(input &parts);
 
 } // namespace fuzz

@@ -1,11 +1,13 @@
 #include "fuzz/world.h"
 
+#include "fuzz/descriptors.h"
 #include "fuzz/guarded_memory.h"
 #include "fuzz/lines.h"
 #include "fuzz/outside.h"
 #include "main/programs.h"
 #include "platform/nvram.h"
 
+#include <algorithm>
 #include <csetjmp>
 #include <cstdarg>
 #include <cstdio>
@@ -62,9 +64,20 @@ void world::obstruct(const std::string *places)
     }
 }
 
+void world::sleep()
+{
+    size_t end = std::min(meanwhile.find('\n', meanwhile_at), meanwhile.size());
+    const std::string path = meanwhile.substr(meanwhile_at, end - meanwhile_at);
+    if (!path.empty())
+        files.spoil(path);
+    meanwhile_at = std::min(end + 1, meanwhile.size());
+}
+
 void reset_world()
 {
     release_outside();
+    reset_descriptors();
+    begin_process();
     here.files.reset();
     here.environment.clear();
     here.answers.clear();
@@ -73,6 +86,17 @@ void reset_world()
     here.tools.clear();
     here.commands.clear();
     here.standard_output.clear();
+    here.standard_error.clear();
+    here.signals.clear();
+    here.requests = 0;
+    here.on_command = nullptr;
+    here.tool_output.clear();
+    here.tool_errors.clear();
+    here.tool_status = 0;
+    here.meanwhile.clear();
+    here.meanwhile_at = 0;
+    here.interfaces.reset();
+    here.is_terminal = false;
     here.flash.clear();
     here.is_expecting = false;
     here.is_obstructed = false;
@@ -83,9 +107,11 @@ void reset_world()
 int run(const std::function<int()> &routine)
 {
     // What the process would end with comes back as a jump, with 256 added: 0 is the first return.
+    begin_process();
     int ended = setjmp(*process_end());
     int result = ended != 0 ? ended - 256 : routine();
     flush_outside();
+    check_descriptors();
     return result;
 }
 

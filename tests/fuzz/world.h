@@ -11,6 +11,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,6 +34,28 @@ struct world {
     std::vector<std::vector<std::string>> tools;
     std::vector<std::string> commands;
     std::string standard_output;
+    std::string standard_error;
+    std::vector<std::pair<pid_t, int>> signals;
+
+    // How often the kernel was asked to change an interface or a route.
+    int requests = 0;
+
+    // What a command does besides: called with its words. It may set what it writes, for a program
+    // that takes it, and its exit status.
+    std::function<void(const std::vector<std::string> &)> on_command;
+    std::string tool_output;
+    std::string tool_errors;
+    int tool_status = 0;
+
+    // What comes and goes while the program sleeps: a path a line, one for each time. See spoil().
+    std::string meanwhile;
+    size_t meanwhile_at = 0;
+
+    // Interfaces as getifaddrs() gives them, a line for each address: "NAME FLAGS ADDRESS NETMASK
+    // PEER", of the flags u (up), r (running) and p (to a peer); an address "-" is none, "6" one of
+    // another family. Null when they cannot be had.
+    std::unique_ptr<std::string> interfaces;
+    bool is_terminal = false;
 
     // The flash as the driver gives it, at any offset.
     std::string flash;
@@ -42,6 +65,7 @@ struct world {
     std::vector<std::string> expected;
 
     unsigned answer();
+    void sleep();
     void set_variable(const std::string &name, const std::string *value);
     void put_file(const std::string &path, const std::string *content);
 
