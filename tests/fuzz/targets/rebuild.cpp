@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <csignal>
 
 namespace fuzz
 {
@@ -166,8 +167,11 @@ void test_rebuild(input &parts)
         obey(command, &done, &rebuilt);
     };
     int status = rebuilt.run_mctl(done.arguments);
-    rebuilt.check_said(status);
     check_commands(done);
+    // The process beside it, when the rebuild that it waits for never comes.
+    if (status == 128 + SIGALRM)
+        return;
+    rebuilt.check_said(status);
     if (status == 0 && rebuilt.is_quiet())
         check_jumps(rebuilt);
 }
