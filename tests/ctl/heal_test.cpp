@@ -167,6 +167,7 @@ TEST_F(heal_command, mends_what_stands_behind_what_it_leaves_alone)
 TEST_F(heal_command, leaves_no_lock_and_no_descriptor)
 {
     has_left("w1", "66");
+    world.write("/var/run/udhcpc.w1.pid", std::to_string(world.bystander(false, "udhcpc")));
     const std::set<int> open = support::open_descriptors();
     for (const std::vector<std::string> &words :
          {std::vector<std::string>{"heal"}, {"heal", "--dry-run"}, {"status"}, {"report"}}) {

@@ -35,6 +35,7 @@ const rules_row rows[] = {
      "-A VSERVER -j RETURN\n-A VSERVER -j LOG\n-A VSERVER -j ACCEPT\n-A VSERVER -j DROP\n", ""},
     {"chains of which one is the begin of the other", "-A V -j ACCEPT\n-A VSERVER -j DROP\n-A V -j LOG\n",
      "-A VSERVER -j DROP\n-A V -j ACCEPT\n-A V -j LOG\n", ""},
+    {"the longer one of them first", "-A VSERVER -j DROP\n-A V -j ACCEPT\n", "-A V -j ACCEPT\n-A VSERVER -j DROP\n", ""},
     {"no rules but chains, comments and blanks", "*nat\n:VSERVER - [0:0]\n# -A VSERVER -j DROP\n -A VSERVER -j DROP\n-AX\n-A \nCOMMIT\n",
      "-P PREROUTING ACCEPT\n-N VSERVER\n", ""},
     {"names in another case", "-A VSERVER -j accept\n", "-A VSERVER -j ACCEPT\n", ""},

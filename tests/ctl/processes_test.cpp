@@ -188,6 +188,7 @@ TEST_F(process_words, find_a_process_without_a_pid_file)
     waiting_shell another({"pppd", "-s", "call", "wan12"});
     waiting_shell backwards({"pppd", "-s", "wan1", "call"});
     waiting_shell apart({"pppd", "-s", "call", "x", "wan1"});
+    waiting_shell second_word_only({"wan1", "-s", "pppd"});
     waiting_shell of_another_name({"other", "-s", "x", "y", "call", "wan1"});
     EXPECT_EQ(find_process_by_words("pppd", "call", "wan1"), 0);
     waiting_shell its({"pppd", "-s", "x", "call", "call", "wan1", "more"});

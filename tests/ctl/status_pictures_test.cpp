@@ -418,7 +418,8 @@ INSTANTIATE_TEST_SUITE_P(rows, status_picture, testing::ValuesIn(ROWS), support:
 const picture DETAILED[] = {
     {"JSON of a tunnel in order", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), DIALLED, PPP_UP, PPP_JUMP, PPPD},
     {"JSON of a lease of which much is wrong", LAN, DHCP, LEASE, BR0 + "vlan2 up 192.0.2.77/24 192.0.2.78/24\nroute vlan2 7 192.0.2.9\n", JUMP + JUMP + jump("vlan2", "192.0.2.66"), CLIENT},
-    {"JSON of a router without interfaces", LAN, DHCP, "{'iface':'ppp0'}", "", jump("ppp4", "192.0.2.65")},
+    {"JSON of a lease with a route besides", LAN, DHCP, LEASE, BR0 + VLAN2 + "route vlan2 7 192.0.2.9\nroute vlan2 102 192.0.2.1\n", JUMP, CLIENT},
+    {"JSON of a router without interfaces", LAN, DHCP, "{'iface':'ppp0','name':'m'}", "", jump("ppp4", "192.0.2.65")},
 };
 // clang-format on
 
