@@ -219,6 +219,16 @@ TEST_F(link_state, a_store_that_cannot_be_opened_is_left_alone)
                  world.trace());
 }
 
+// Another's editor may have left that.
+TEST_F(link_state, a_store_with_a_member_twice_is_read)
+{
+    world.write(store_path,
+                R"({"state_links": [], "state_links": [{"iface": "a", "iface": "b"}]})");
+    save(R"({"iface": "vlan2"})");
+    EXPECT_EQ(world.read(store_path),
+              as_stored(R"({"state_links":[{"iface":"b"},{"iface":"vlan2"}]})"));
+}
+
 TEST_F(link_state, a_save_over_a_store_says_so)
 {
     world.write(store_path, R"({"state_links":[{"name":"ppp0"},{"name":"wan"}]})");

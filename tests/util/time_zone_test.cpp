@@ -32,6 +32,14 @@ TEST_F(time_zone, is_set_together_with_the_time_as_read)
     EXPECT_STREQ(getenv("TZ"), "UTC-3");
 }
 
+TEST_F(time_zone, is_the_devices_whatever_it_was_before)
+{
+    setenv("TZ", "UTC+5", 1);
+    world.write("/etc/TZ", "UTC-3\n");
+    update_time();
+    EXPECT_STREQ(getenv("TZ"), "UTC-3");
+}
+
 TEST_F(time_zone, of_a_clock_that_cannot_be_read_is_not_set)
 {
     world.write("/etc/TZ", "UTC-3\n");
