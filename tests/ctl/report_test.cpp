@@ -53,11 +53,6 @@ class report_command : public support::unit_test
 
 TEST_F(report_command, tells_all_that_a_bug_report_needs)
 {
-    world.write("/var/run/Config",
-                R"({"Network":{"Lan":[{"iface":"br0","name":"LAN0","type":"static"}],"Wan":[)"
-                R"({"iface":"vlan2","name":"WAN","auto":true,"type":"pppoe","have_tunnels":true,)"
-                R"("Tunnels":[{"name":"wan1","type":"pppoe","auto":true,"metric":1,"rate":1.5,)"
-                R"("login":"somebody","passwd":["se","same"]},{"name":"wan2","passwd":"ab"}]}]}})");
     world.write("/var/run/state_link", R"({"state_links":[{"iface":"ppp1","login":null}]})");
     world.write("/etc/default/ppp-peers", "# name pppoe auto login passwd iface ac service metric\n"
                                           "wan1 pppoe 1 grandma sesame42 vlan2 ac1 isp 1\n"
@@ -73,6 +68,12 @@ TEST_F(report_command, tells_all_that_a_bug_report_needs)
                                      "\ttabs stay, \033[31m colours and \xc3\xa9 do not ~ \x7f\n"
                                      "abc alone, abcd and labc not\n");
     world.write("/etc/default/upnp", "UPNP_ENABLE=1\r\n\r\n\nUPNP_NAME=x\n");
+    // Last, so that it is not older than the settings.
+    world.write("/var/run/Config",
+                R"({"Network":{"Lan":[{"iface":"br0","name":"LAN0","type":"static"}],"Wan":[)"
+                R"({"iface":"vlan2","name":"WAN","auto":true,"type":"pppoe","have_tunnels":true,)"
+                R"("Tunnels":[{"name":"wan1","type":"pppoe","auto":true,"metric":1,"rate":1.5,)"
+                R"("login":"somebody","passwd":["se","same"]},{"name":"wan2","passwd":"ab"}]}]}})");
     world.on(
         "print '-P INPUT ACCEPT\\n-A INPUT -j DROP\\n-N X\\n-A X -j ACCEPT' iptables -t filter -S");
     world.on("exit 4 iptables -t mangle -S");
