@@ -244,6 +244,19 @@ TEST_F(mctl, two_heals_at_once_do_each_step_once)
     EXPECT_EQ(seen.out, "router: remove the lock Config\n");
 }
 
+// The first file that it opens would get the descriptor, and all that it says.
+TEST_F(mctl, heal_without_standard_outputs_writes_into_no_file)
+{
+    box.write("/var/lock/Config.lock", "999999");
+    support::start_state closed;
+    closed.closed = {0, 1, 2};
+    box.start_from(closed);
+    EXPECT_EQ(run({"heal"}).status, 0);
+    EXPECT_FALSE(box.exists("/var/lock/Config.lock"));
+    EXPECT_EQ(box.read("/var/run/mctl-heal.lock"), "");
+    EXPECT_EQ(box.read("/var/run/mctl-firewall.lock"), "");
+}
+
 // ---- worlds that are not as they should be
 
 struct hostile {

@@ -197,6 +197,23 @@ TEST_F(eval, ends_the_program_by_its_alarm)
     EXPECT_EQ(sh("read x < /tmp/never", nullptr, 1), SIGALRM);
 }
 
+// A dial-up or a driver takes its time.
+TEST_F(eval, of_words_has_no_limit)
+{
+    ASSERT_EQ(mkfifo("/later", 0600), 0);
+    world.write("/slow", "#!/bin/sh\nread line < /later\nexit 5\n", 0755);
+    pid_t other = fork();
+    if (other == 0) {
+        usleep(1200 * 1000);
+        close(open("/later", O_WRONLY));
+        _exit(0);
+    }
+    const char *const words[] = {"/slow", nullptr};
+    EXPECT_EQ(run_words(words), 5);
+    kill(other, SIGKILL);
+    waitpid(other, nullptr, 0);
+}
+
 TEST_F(eval, without_a_limit_clears_an_alarm_that_was_pending)
 {
     // The program inherits no alarm over fork; this pins that none is armed for it.
