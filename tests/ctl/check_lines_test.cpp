@@ -65,11 +65,11 @@ const line_table tables[] = {
         "br0 lan 1 static 192.168.1.1 255.255.255.0 - - - 1501 03:00:00:00:00:01"}},
     {"wimax0", INTERFACES, LAN + DHCP, "", NO_PEERS, {"", "wimax0 wimax 0 pppoe", "wimax0 wimax 0 \r - - - - - - -", "wimax0 wimax 1 static 10.0.0.7 255.0.0.0 - - - - -", "wimax0 wimax 1 dhcp"}},
     {"no interfaces", INTERFACES, "", "", {{PEERS, "wan1 pppoe 1 login secret vlan2 ac1 isp 1\n"}, {VSERVERS, "a tcp 80 80 192.168.0.20 - - - -\nb tcp 81 81 192.168.1.20 - - - -\n"},
-        {RULES, "ACCEPT a - 192.168.0.5 - - - - -\nACCEPT b - 192.168.1.5 - - - - -\n"}, {IP_FILTER, "MAC_FILTER_ENABLE=2\n"}, {MASQ, "lan 192.168.1.0/24 - - - - - - -\n"}}, {"# nothing", "br0", "br0 lan 1 static 192.168.1.1 255.0.255.0 - - - - -"}},
+        {RULES, "ACCEPT a - 192.168.0.5 - - - - -\nACCEPT b - 192.168.1.5 - - - - -\n"}, {IP_FILTER, "MAC_FILTER_ENABLE=2\n"}, {MASQ, "lan 192.168.1.0/24 - - - - - - -\n"}}, {"# nothing", "br0", "br0 lan 1 static 192.168.1.1 255.0.255.0 - - - - -", "br0 lan 1 static 192.168.1.1 24 - - - - -", "br0 lan 1 static 192.168.1.1 255.255.255.0 - - - - -"}},
 
     {"a peer over PPPoE", PEERS, "", "", {}, {
         "wan1", "wan1\n", "wan1 pppoe", "wan1 pppoe\n", "wan1 l2tp\n", "wan1 pppox\n", "wan1 pppoe 1\n", "wan1 pppoe 1 login\n", "wan1 pppoe 1 login secret\n", "wan1 pppoe 1 login secret vlan2\n", "wan1 pppoe 1 login secret vlan2 ac1\n",
-        "wan1 pppoe 1 login secret vlan2 ac1 7", "wan1 pppoe 1 login secret vlan2 ac1 isp", "wan1 pppoe 1 login secret vlan2 ac1 isp\n", "wan1 pppoe 1 login secret vlan2 ac1 isp \n", "wan1 pppoe 1 login secret vlan2 ac1 7 \n", "wan1 pppoe 1 login secret vlan2 ac1 isp 1",
+        "wan1 pppoe 1 login secret vlan2 ac1 7", "wan1 pppoe 1 login secret vlan2 ac1 isp", "wan1 pppoe 1 login secret vlan2 ac1 isp\n", "wan1 pppoe 1 login secret vlan2 ac1 " + std::string(63, 'i') + "\n", "wan1 pppoe 1 login secret vlan2 ac1 " + std::string(64, 'i') + "\n", "wan1 pppoe 1 login secret vlan2 ac1 isp \n", "wan1 pppoe 1 login secret vlan2 ac1 7 \n", "wan1 pppoe 1 login secret vlan2 ac1 isp 1",
         "wan1 pppoe 1 login secret vlan2 ac1 isp 999999999\n", "wan1 pppoe 1 login secret vlan2 ac1 isp 1000000000\n", "wan1 pppoe 1 login secret vlan2 ac1 isp -\n", "wan1 pppoe 1 login secret vlan2 ac1 isp 01\n",
         "wan1 pppoe 1 login secret vlan2 ac1 isp 1 x\n", "wan1 pppoe 1 login secret vlan2 ac1 isp 1 -\n", "wan1 pppoe x login secret vlan2 ac1 isp 1\n", "wan1 pppoe off login secret vlan2 ac1 isp 1\n",
         "wan1 pppoe 1 login secret vlan3 ac1 isp 1\n", "wan1 pppoe 1 login secret vlan2 - - 1\n", "wan1 pppoe 1 login\xe9 secret vlan2 ac1 isp 1\n", "wan1 pppoe 1 log\tin secret vlan2 ac1 isp 1\n", "wan1\xe9 pppoe 1 login secret vlan2 ac1 isp 1\n",
@@ -92,7 +92,7 @@ const line_table tables[] = {
         "auto=0", "auto=0\n", "auto=0 \n", "auto=wan\n", "auto=wimax\n", "auto=wan1\n", "auto=zone\n", "auto=wan2\n", "auto=\n", "auto=", "auto", "auto\n", "auto=wan=x\n", "auto=w\xe9\n", "auto=w\tn\n", "dns1=192.0.2.53\n", "dns1=no\n", "dns1=0\n", "dns1=\n", "dns2=192.0.2\n",
         "dns3=192.0.2.53\n", "dns3\n", "=wan\n", "auto=wan\nauto=wan\n", "auto=wan\nauto=wimax\n", "auto=wan\nauto=wimax\nauto=wimax\n", "dns1=192.0.2.53 \n", "#auto=wan\n", " auto=wan\n", "dns1=192.0.2.53=\n", "\n\ndns1=1\n"}},
     {"the modem's settings", WIMAX, "", "", {}, {
-        "WIMAX_ENABLE=0", "WIMAX_ENABLE=0\n", "WIMAX_ENABLE=1\n", "WIMAX_ENABLE=no\n", "WIMAX_ENABLE=No", "WIMAX_ENABLE=\n", "WIMAX_ENABLE\n", "WIMAX_ENABLE", "WIMAX_SSID=x\n", "WIMAX_SSID= x\n", "WIMAX_SSID=\tx\n", "WIMAX_SSID= x y\n", "WIMAX_SSID=\n", "WIMAX_DOFF=1\n", "WIMAX_DOFF=0\n", "WIMAX_DOFF=\n",
+        "WIMAX_ENABLE=0", "WIMAX_ENABLE=0\n", "WIMAX_ENABLE=1\n", "WIMAX_ENABLE=no\n", "WIMAX_ENABLE=No", "WIMAX_ENABLE=\n", "WIMAX_ENABLE\n", "WIMAX_ENABLE", "WIMAX_SSID=x\n", "WIMAX_SSID= x\n", "WIMAX_SSID=\tx\n", "WIMAX_SSID= x y\n", "WIMAX_SSID=\n", "WIMAX_DOFF=1\n", "WIMAX_DOFF=0\n", "WIMAX_DOFF=0", "WIMAX_DOFF=\n",
         "WIMAX_DOFF", "WIMAX_DOFF\n", "WIMAX_DOFF=-\n", "WIMAX_DON=1\n", "WIMAX_DON", "WIMAX_DON\n"}},
 
     {"switches", IP_FILTER, "", "", {}, {
