@@ -550,7 +550,7 @@ FILE *outside_fdopen(int fd, const char *mode)
     return fuzz::open_stream_on(fd, mode[0] != 'r');
 }
 
-FILE *outside_open_memstream(char **text, size_t *size)
+FILE *outside_fmemopen(void *text, size_t size, const char *)
 {
     return fuzz::open_text(text, size);
 }

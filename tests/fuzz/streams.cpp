@@ -122,12 +122,12 @@ FILE *open_stream_on(int fd, bool writes)
     return opened->file;
 }
 
-FILE *open_text(char **text, size_t *size)
+FILE *open_text(void *text, size_t size)
 {
     for (FILE *&place : texts) {
         if (place != nullptr)
             continue;
-        place = open_memstream(text, size);
+        place = fmemopen(text, size, "w");
         __fsetlocking(place, FSETLOCKING_BYCALLER);
         return place;
     }

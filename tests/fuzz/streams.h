@@ -10,8 +10,8 @@ namespace fuzz
 // A stream on an open descriptor, which its closing closes.
 FILE *open_stream_on(int fd, bool writes);
 
-// As open_memstream(), for one that close_stream() closes.
-FILE *open_text(char **text, size_t *size);
+// As fmemopen() to write, for one that close_stream() closes.
+FILE *open_text(void *text, size_t size);
 
 // As fclose(). A stream that is not open is a violation.
 int close_stream(FILE *stream);

@@ -8,6 +8,7 @@
 #include "ctl/status/status.h"
 #include "firewall/list_formats.h"
 #include "firewall/switch_keys.h"
+#include "util/json_memory.h"
 #include "util/link_state.h"
 #include "util/text.h"
 #include "util/time_zone.h"
@@ -19,6 +20,7 @@
 #include <time.h>
 
 constexpr size_t REPORT_MAX = 256 * 1024; // as it is written
+constexpr size_t TEXT_MAX = 1024 * 1024;  // before secrets are hidden; all parts at their longest
 constexpr size_t SECTION_MAX = 24 * 1024;
 constexpr size_t FILE_MAX = 8 * 1024;
 constexpr size_t LOG_MAX = 48 * 1024;
@@ -49,19 +51,20 @@ static void put_part(FILE *out, const char *text, size_t most, bool is_end)
     }
 }
 
-// What a writer writes, up to the room of a section.
-static void put_section(FILE *out, const char *title, void (*write)(FILE *to))
+// What a writer writes, up to the room of a section. Returns false for want of memory, as all that
+// puts a part does.
+static bool put_section(FILE *out, const char *title, void (*write)(FILE *to))
 {
-    char *text = nullptr;
-    size_t size = 0;
-    FILE *to = open_memstream(&text, &size);
-    put_title(out, title);
+    // Two more, so that what is too long is seen to be, and a terminator.
+    static char text[SECTION_MAX + 3];
+    FILE *to = fmemopen(text, sizeof(text) - 1, "w");
     if (to == nullptr)
-        return;
+        return false;
     write(to);
-    if (fclose(to) == 0)
-        put_part(out, text, SECTION_MAX, false);
-    free(text);
+    fclose(to); // it fails where the room ends, which put_part() tells
+    put_title(out, title);
+    put_part(out, text, SECTION_MAX, false);
+    return true;
 }
 
 static void write_status(FILE *to)
@@ -200,6 +203,7 @@ static void put_file(FILE *out, const report_file &file)
     free(text);
 }
 
+// A failure is counted by util/json_memory.h.
 static void hide_members(json_t *value)
 {
     for (size_t i = 0; i < json_array_size(value); i++)
@@ -212,22 +216,27 @@ static void hide_members(json_t *value)
     }
 }
 
-static void put_document(FILE *out, const char *path)
+static bool put_document(FILE *out, const char *path)
 {
     char *text = load_text(path);
+    watch_json_memory();
     json_t *root = text != nullptr ? json_loads(text, 0, nullptr) : nullptr;
     free(text);
     hide_members(root);
     char *shown =
         root != nullptr ? json_dumps(root, JSON_INDENT(1) | JSON_PRESERVE_ORDER) : nullptr;
     json_decref(root);
-    put_title(out, path);
-    put_part(out, shown != nullptr ? shown : "(no JSON)", SECTION_MAX, false);
-    fputc('\n', out);
+    bool is_whole = !json_memory_failed();
+    if (is_whole) {
+        put_title(out, path);
+        put_part(out, shown != nullptr ? shown : "(no JSON)", SECTION_MAX, false);
+        fputc('\n', out);
+    }
     free(shown);
+    return is_whole;
 }
 
-static void put_log(FILE *out, const secrets &all)
+static bool put_log(FILE *out, const secrets &all)
 {
     static const char *const words[] = {"logread", nullptr};
     int status = 0;
@@ -235,11 +244,15 @@ static void put_log(FILE *out, const secrets &all)
     if (text == nullptr)
         text = read_tool_output(words, LOG_TIMEOUT_S, &status);
     char *masked = text != nullptr ? mask_secrets(all, text, true) : nullptr;
-    put_title(out, "the last lines of the log");
-    if (masked != nullptr)
-        put_part(out, masked, LOG_MAX, true);
-    free(masked);
     free(text);
+    if (masked == nullptr)
+        return false;
+    put_title(out, "the last lines of the log");
+    put_part(out, masked, LOG_MAX, true);
+    if (status != 0)
+        fprintf(out, "(logread ended with %d)\n", status);
+    free(masked);
+    return true;
 }
 
 // ---- the report
@@ -256,25 +269,24 @@ static void put_head(FILE *out)
     for (const char *path : files) {
         char line[256] = "";
         FILE *file = fopen(path, "re");
-        if (file == nullptr)
-            continue;
-        if (fgets(line, sizeof(line), file) != nullptr)
-            fprintf(out, "%s: %s", path, line);
-        fclose(file);
+        bool is_read = file != nullptr && fgets(line, sizeof(line), file) != nullptr;
+        fprintf(out, "%s: %s", path, is_read ? line : "(not to be read)\n");
+        if (file != nullptr)
+            fclose(file);
     }
 }
 
-static void put_all(FILE *out, const secrets &all)
+static bool put_all(FILE *out, const secrets &all)
 {
     put_head(out);
-    put_section(out, "mctl status", write_status);
-    put_section(out, "mctl check", write_findings);
-    put_section(out, "rules", write_rule_counts);
+    if (!put_section(out, "mctl status", write_status) ||
+        !put_section(out, "mctl check", write_findings) ||
+        !put_section(out, "rules", write_rule_counts))
+        return false;
     for (const report_file &file : report_files)
         put_file(out, file);
-    put_document(out, CONFIG_PATH);
-    put_document(out, LINK_STATE_PATH);
-    put_log(out, all);
+    return put_document(out, CONFIG_PATH) && put_document(out, LINK_STATE_PATH) &&
+           put_log(out, all);
 }
 
 // Line ends and tabs stay; what else is no printable ASCII would disturb the reader's terminal.
@@ -298,24 +310,26 @@ static bool write_masked(const char *text, const secrets &all)
     return fflush(stdout) == 0 && !ferror(stdout);
 }
 
+static bool write_report(const secrets &all)
+{
+    static char text[TEXT_MAX];
+    FILE *out = all.is_whole ? fmemopen(text, sizeof(text) - 1, "w") : nullptr;
+    if (out == nullptr)
+        return false;
+    bool is_whole = put_all(out, all);
+    return fclose(out) == 0 && is_whole && write_masked(text, all);
+}
+
 int report_main(int count, char **)
 {
     if (count > 0) {
         fputs("usage: mctl report\n", stderr);
         return 2;
     }
-    char *text = nullptr;
-    size_t size = 0;
-    FILE *out = open_memstream(&text, &size);
-    bool is_written = false;
     secrets all;
     learn_secrets(&all);
-    if (out != nullptr) {
-        put_all(out, all);
-        is_written = fclose(out) == 0 && write_masked(text, all);
-    }
+    bool is_written = write_report(all);
     forget_secrets(&all);
-    free(text);
     if (!is_written)
         fputs("mctl: the report could not be written\n", stderr);
     return is_written ? 0 : 2;

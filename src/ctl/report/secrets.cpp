@@ -5,9 +5,11 @@
 #include "ctl/check/report.h"
 #include "ctl/check/tree.h"
 #include "ctl/check/values.h"
+#include "util/json_memory.h"
 #include "util/text.h"
 
 #include <ctype.h>
+#include <errno.h>
 #include <jansson.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -63,14 +65,18 @@ static void keep_copy(secrets *all, const char *text)
     if (all->count == all->capacity) {
         size_t capacity = all->capacity * 2 + 16;
         void *grown = realloc(all->text, capacity * sizeof(char *));
-        if (grown == nullptr)
+        if (grown == nullptr) {
+            all->is_whole = false;
             return;
+        }
         all->text = static_cast<char **>(grown);
         all->capacity = capacity;
     }
     char *copy = strdup(text);
     if (copy != nullptr)
         all->text[all->count++] = copy;
+    else
+        all->is_whole = false;
 }
 #ifndef __clang__
 #pragma GCC diagnostic pop
@@ -84,8 +90,10 @@ static void add_secret(secrets *all, const char *text)
     keep_copy(all, text);
     size_t room = strlen("\\xff") * (strlen(text) + 2);
     char *shown = static_cast<char *>(malloc(room));
-    if (shown == nullptr)
+    if (shown == nullptr) {
+        all->is_whole = false;
         return;
+    }
     escape_text(shown, room, text);
     if (strcmp(shown, text) != 0)
         keep_copy(all, shown);
@@ -104,11 +112,30 @@ char *take_line(char **rest)
     return nullptr;
 }
 
-static void for_lines(const char *path, secrets *all, void (*learn)(secrets *all, char *line))
+static void tell_loss(secrets *all, const char *path, int error)
+{
+    all->is_whole = false;
+    fprintf(stderr, "mctl: %s: %s\n", path, strerror(error));
+}
+
+// Its secrets may stand elsewhere, too, as in the log.
+static loaded_file load_source(secrets *all, const char *path)
 {
     loaded_file file = load_file("/", path);
-    char *text = file.state == file_state::loaded ? strndup(file.bytes, file.length) : nullptr;
+    if (file.state == file_state::unreadable)
+        tell_loss(all, path, file.error);
+    return file;
+}
+
+static void for_lines(const char *path, secrets *all, void (*learn)(secrets *all, char *line))
+{
+    loaded_file file = load_source(all, path);
+    if (file.state != file_state::loaded)
+        return;
+    char *text = strndup(file.bytes, file.length);
     unload_file(&file);
+    if (text == nullptr)
+        tell_loss(all, path, ENOMEM);
     char *rest = text;
     for (char *line; text != nullptr && (line = take_line(&rest)) != nullptr;)
         learn(all, line);
@@ -178,19 +205,28 @@ static void sort_secrets(secrets *all)
     all->count = kept;
 }
 
+static void learn_document(secrets *all)
+{
+    loaded_file file = load_source(all, CONFIG_PATH);
+    if (file.state != file_state::loaded)
+        return;
+    watch_json_memory();
+    json_t *config = json_loadb(file.bytes, file.length, 0, nullptr);
+    if (json_memory_failed())
+        tell_loss(all, CONFIG_PATH, ENOMEM);
+    learn_members(all, config);
+    json_decref(config);
+    unload_file(&file);
+}
+
 void learn_secrets(secrets *all)
 {
     *all = {};
+    all->is_whole = true;
     for_lines(peers_format.path, all, learn_peer);
     for_lines("/etc/nvram/0", all, learn_nvram);
     for_lines("/etc/nvram/1", all, learn_nvram);
-    loaded_file file = load_file("/", CONFIG_PATH);
-    if (file.state == file_state::loaded) {
-        json_t *config = json_loadb(file.bytes, file.length, 0, nullptr);
-        learn_members(all, config);
-        json_decref(config);
-    }
-    unload_file(&file);
+    learn_document(all);
     sort_secrets(all);
 }
 
@@ -234,26 +270,22 @@ static size_t secret_at(const secrets &all, const char *begin, const char *at, b
 
 char *mask_secrets(const secrets &all, const char *text, bool with_short)
 {
-    char *masked = nullptr;
-    size_t size = 0;
-    FILE *out = open_memstream(&masked, &size);
-    if (out == nullptr)
+    // The most that can come of it: each character a secret of its own.
+    char *masked = static_cast<char *>(malloc(strlen(text) * strlen(MASK) + 1));
+    if (masked == nullptr)
         return nullptr;
+    char *end = masked;
     size_t hidden = 0; // characters from here on; a secret may begin in another's end
     for (const char *at = text; *at != '\0'; at++) {
         size_t length = secret_at(all, text, at, with_short);
         if (hidden == 0 && length > 0)
-            fputs(MASK, out);
+            end = stpcpy(end, MASK);
         hidden = length > hidden ? length : hidden;
         if (hidden == 0)
-            fputc(*at, out);
+            *end++ = *at;
         else
             hidden--;
     }
-    bool is_whole = fclose(out) == 0;
-    if (!is_whole) {
-        free(masked);
-        return nullptr;
-    }
+    *end = '\0';
     return masked;
 }

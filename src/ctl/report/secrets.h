@@ -9,8 +9,12 @@ struct secrets {
     size_t count;
     size_t capacity;
     char **text;
+    bool is_whole; // none was left out
 };
 
+// Learn all. For want of memory, or where a file that is there cannot be read, not all of them are
+// known: then all->is_whole is false, standard error tells of the file, and nothing that may hold a
+// secret is to be shown. What is missing, no plain file, or a document that is no JSON has none.
 void learn_secrets(secrets *all);
 void forget_secrets(secrets *all);
 
