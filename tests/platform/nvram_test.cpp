@@ -190,7 +190,8 @@ TEST_F(nvram, finds_every_line_of_a_full_section)
         pairs += std::to_string(i) + "=" + std::to_string(i % 10) + "\n";
     section(pairs);
     nvram_init(1);
-    for (int i = 0; i < std::count(pairs.begin(), pairs.end(), '\n'); i++)
+    const auto count = std::count(pairs.begin(), pairs.end(), '\n');
+    for (int i = 0; i < count; i++)
         ASSERT_EQ(nvram_bufget(1, std::to_string(i).c_str()), std::to_string(i % 10));
 
     std::string shortest;
@@ -321,6 +322,7 @@ TEST_F(nvram, overwrites_what_a_cut_left_beside)
 TEST_F(nvram, leaves_the_file_when_it_cannot_write_beside)
 {
     section("A=1\n");
+    nvram_init(1);
     world.mkdir("/etc/nvram/1.new");
     EXPECT_EQ(nvram_bufset(1, "A", "2"), -EISDIR);
     EXPECT_EQ(section(), "A=1\n");
