@@ -109,7 +109,7 @@ bool call_fails(enum counted_call call)
     uint32_t number = ++calls->count;
     if (number <= COUNTED_CALLS_MAX)
         calls->calls[number - 1] = (uint8_t)call;
-    is_half_way = scarce < 0 && plan.how == FAILS_HALF_WAY;
+    is_half_way = scarce < 0 && (plan.how == FAILS_HALF_WAY || plan.how == STOPS_HALF_WAY);
     if (!is_chosen(call, number))
         return false;
     calls->hits++;

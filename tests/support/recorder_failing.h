@@ -42,6 +42,7 @@ enum failing_how {
     FAILS_FROM_HERE, // and all later ones for the same reason: no memory, descriptors, room,
                      // processes
     FAILS_HALF_WAY,  // a write stores half of its bytes first, and all later ones fail
+    STOPS_HALF_WAY,  // a write stores half of its bytes and says so, as a signal has it do
     GETS_SIGNAL,     // a signal arrives before it, and it goes on
     LOGS_REALLY,     // no call fails; the log goes to the C library, not to the trace
 };

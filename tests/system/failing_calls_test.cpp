@@ -50,6 +50,7 @@ const failing_row rows[] = {
     {"no room for what is in the new section", CALL_write, 1, ENOSPC, FAILS_ONCE, false, REFUSED},
     {"no room for its end, nor for a message", CALL_write, 1, ENOSPC, FAILS_HALF_WAY, false, ""},
     {"a signal while the new section is written", CALL_write, 1, EINTR, FAILS_ONCE, true, ""},
+    {"a signal amid the new section", CALL_write, 1, EINTR, STOPS_HALF_WAY, true, ""},
     {"the flash refuses the new section", CALL_fsync, 1, EIO, FAILS_ONCE, false, REFUSED},
     {"the new section cannot be closed", CALL_close, 4, EIO, FAILS_ONCE, false, REFUSED},
     {"the new section cannot take its place", CALL_rename, 1, EROFS, FAILS_ONCE, false, REFUSED},
