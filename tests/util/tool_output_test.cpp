@@ -119,6 +119,25 @@ TEST_F(tool_output, leaves_our_own_output_alone)
     EXPECT_EQ(out, "before, behind\n");
 }
 
+// In a file that gets both, as a log of a boot does.
+TEST_F(tool_output, stands_behind_what_we_said_before_it)
+{
+    script("echo of the tool >&2\n");
+    std::string said = support::private_world::captured(
+        1,
+        [](void *) {
+            int own = dup(STDERR_FILENO);
+            dup2(STDOUT_FILENO, STDERR_FILENO);
+            printf("before\n");
+            take(read_tool_output);
+            printf("behind\n");
+            dup2(own, STDERR_FILENO);
+            close(own);
+        },
+        nullptr);
+    EXPECT_EQ(said, "before\nof the tool\nbehind\n");
+}
+
 // As a program is started whose standard output is closed.
 TEST_F(tool_output, is_taken_where_ours_goes_nowhere)
 {
@@ -134,18 +153,18 @@ TEST_F(tool_output, is_taken_where_ours_goes_nowhere)
     EXPECT_EQ(flags, -1) << "it is closed again";
 }
 
-// All of it is read, so that the tool ends well.
+// All of it is read, more than a pipe holds, so that the tool ends well.
 TEST_F(tool_output, is_no_longer_than_it_may_be)
 {
     const std::string line(1023, 'x');
-    script("i=0\nwhile [ $i -lt 257 ]; do echo " + line + "; i=$((i + 1)); done\necho end >&2\n");
+    script("i=0\nwhile [ $i -lt 400 ]; do echo " + line + "; i=$((i + 1)); done\necho end >&2\n");
     std::string expected;
     while (expected.size() < TOOL_OUTPUT_MAX)
         expected += line + "\n";
     std::string err = support::private_world::captured(
         2,
         [](void *text) {
-            taken seen = take(read_tool_output);
+            taken seen = take(read_tool_output, 5);
             EXPECT_EQ(seen.status, 0);
             EXPECT_EQ(seen.text.size(), TOOL_OUTPUT_MAX - 1);
             EXPECT_TRUE(seen.text ==
@@ -180,6 +199,16 @@ TEST_F(tool_output, is_waited_for_through_signals)
     sigaction(SIGUSR1, &before, nullptr);
 }
 
+// Where the kernel reaps all children.
+TEST_F(tool_output, is_taken_though_nobody_can_wait_for_the_tool)
+{
+    script("echo text\n");
+    signal(SIGCHLD, SIG_IGN);
+    taken seen = take(read_tool_output);
+    signal(SIGCHLD, SIG_DFL);
+    EXPECT_EQ(seen, (taken{"text\n", ECHILD}));
+}
+
 TEST_F(tool_output, is_none_without_a_process)
 {
     script("echo text\n");
@@ -208,6 +237,28 @@ TEST_F(tool_output, is_none_without_descriptors)
     taken seen = take(read_tool_output);
     setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(seen, (taken{"", EMFILE}));
+}
+
+// There are two for the pipe, and none to keep our own output with.
+TEST_F(tool_output, is_taken_though_ours_cannot_be_kept)
+{
+    script("echo text\n");
+    pid_t other = fork();
+    if (other == 0) {
+        int last = dup(STDERR_FILENO);
+        while (last < 20) // a shell has its script in the tenth
+            last = dup(STDERR_FILENO);
+        rlimit few = {};
+        getrlimit(RLIMIT_NOFILE, &few);
+        few.rlim_cur = static_cast<rlim_t>(last) + 3;
+        setrlimit(RLIMIT_NOFILE, &few);
+        alarm(10);
+        bool is_taken = take(read_tool_output) == taken{"text\n", 0};
+        _exit(is_taken && fcntl(STDOUT_FILENO, F_GETFD) < 0 ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 0);
 }
 
 } // namespace
