@@ -97,6 +97,15 @@ TEST_F(opened_file, is_missing)
     EXPECT_EQ(errno, ENOENT);
 }
 
+TEST_F(opened_file, that_cannot_be_a_stream_is_closed)
+{
+    world.write("/file", "text");
+    const std::set<int> open = support::open_descriptors();
+    EXPECT_EQ(open_stream("/file", "no mode"), nullptr);
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(support::open_descriptors(), open);
+}
+
 using output_file = support::unit_test;
 
 TEST_F(output_file, that_cannot_be_made_is_told)
@@ -149,6 +158,17 @@ TEST_F(output_file, that_could_not_be_written_before_is_told_at_its_end)
               "/file: Input/output error\n");
 }
 
+// As what is written reaches a disk no sooner than that.
+TEST_F(output_file, that_cannot_be_closed_is_told)
+{
+    EXPECT_EQ(errors_of([](void *) {
+                  FILE *file = create_output("/file");
+                  close(fileno(file));
+                  EXPECT_FALSE(close_output(file, "/file"));
+              }),
+              "/file: Bad file descriptor\n");
+}
+
 using replaced_file = support::unit_test;
 
 TEST_F(replaced_file, takes_the_place_of_the_one_before_with_its_mode)
@@ -176,9 +196,11 @@ TEST_F(replaced_file, may_be_the_first)
 
 TEST_F(replaced_file, that_cannot_be_made_is_told_and_leaves_nothing_beside)
 {
+    world.write("/file", "of before");
     ASSERT_EQ(mkfifo("/file.new", 0600), 0);
     EXPECT_EQ(errors_of([](void *) { EXPECT_EQ(create_beside("/file"), nullptr); }),
               "/file: No such device or address\n");
+    EXPECT_EQ(world.read("/file"), "of before");
     EXPECT_FALSE(world.exists("/file.new"));
 }
 

@@ -75,9 +75,12 @@ TEST_F(eval, gives_the_error_number_when_it_cannot_wait)
 {
     // With children reaped by the kernel there is nothing left to wait for.
     signal(SIGCHLD, SIG_IGN);
-    int result = sh("exit 0");
+    int result = -1;
+    std::string said = support::private_world::captured(
+        2, [](void *context) { *static_cast<int *>(context) = sh("exit 0"); }, &result);
     signal(SIGCHLD, SIG_DFL);
     EXPECT_EQ(result, ECHILD);
+    EXPECT_EQ(said, "waitpid: No child processes\n");
 }
 
 TEST_F(eval, gives_the_error_number_when_it_cannot_fork)
@@ -109,6 +112,15 @@ TEST_F(eval, overwrites_from_the_start_without_a_sign)
     world.write("/tmp/x", "0123456789");
     EXPECT_EQ(sh("echo out", "/tmp/x"), 0);
     EXPECT_EQ(world.read("/tmp/x"), "out\n456789");
+}
+
+TEST_F(eval, takes_the_whole_name_behind_the_signs)
+{
+    ASSERT_EQ(chdir("/tmp"), 0);
+    EXPECT_EQ(sh("echo out", ">>appended"), 0);
+    EXPECT_EQ(sh("echo out", ">cut"), 0);
+    EXPECT_EQ(sh("echo out", "written"), 0);
+    EXPECT_EQ(world.list("/tmp"), (std::vector<std::string>{"appended", "cut", "written"}));
 }
 
 TEST_F(eval, creates_the_output_file_for_all_to_read)
