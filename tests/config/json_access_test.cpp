@@ -184,6 +184,7 @@ INSTANTIATE_TEST_SUITE_P(
                     path_row{"huge_index", "Network/Wan:99999999999999999999", "none"},
                     path_row{"index_cut_at_its_room", "Network/Wan:" + std::string(38, '0') + "19",
                              WIMAX_ENTRY},
+                    path_row{"name_of_64", "Network/" + std::string(64, 'n') + ":0", NETWORK},
                     path_row{"name_far_too_long", "Network/" + std::string(500, 'n') + ":0",
                              NETWORK},
                     path_row{"path_cut_at_its_room", std::string(2000, '/') + "Network", "root"}),

@@ -19,7 +19,7 @@ struct job {
     const char *name;
     std::vector<std::string> words;
     std::vector<std::pair<const char *, const char *>> environment;
-    size_t kept = 0; // the socket of each address query, which no child inherits
+    size_t kept = 0; // a socket for address queries, a lock: no child inherits them
 };
 
 class descriptors : public support::unit_test, public testing::WithParamInterface<job>
@@ -37,6 +37,10 @@ class descriptors : public support::unit_test, public testing::WithParamInterfac
                     R"({"state_links": [{"iface": "vlan2", "name": "wan"}]})");
         world.write("/var/run/udhcpc.vlan2.pid", "4711\n");
         world.write("/etc_ro/wlan/RT3050_AP_1T1R_V1_0.bin", std::string(512, 'e'));
+        for (const char *name :
+             {"/sys/class/usb/1/device/idVendor", "/sys/class/usb/1/device/idProduct",
+              "/sys/devices/1/idVendor", "/sys/devices/1/idProduct"})
+            world.write(name, "12d1\n");
         world.mkdir("/tmp/ppp");
         run({"mcfg", "set_config"});
     }
@@ -91,6 +95,8 @@ const job jobs[] = {
     {"firewall_update", {"firewall_update", "br0", "vlan2", "none"}, {}, 1},
     {"update_time", {"update_time"}, {}},
     {"usb_event", {"hotplug", "usb"}, {{"ACTION", "add"}, {"PRODUCT", "12d1/1446/0"}}},
+    {"usb_device_event", {"hotplug", "usb_device"},
+     {{"ACTION", "add"}, {"DEVPATH", "/class/usb/1"}, {"PHYSDEVPATH", "/devices/1"}}, 1},
     {"block_event", {"hotplug", "block"},
      {{"ACTION", "add"}, {"MINOR", "1"}, {"MAJOR", "8"}, {"PHYSDEVDRIVER", "sd"}}},
     {"lease", {"udhcpc", "bound"},

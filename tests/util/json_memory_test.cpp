@@ -274,6 +274,14 @@ TEST_F(little_memory, of_our_own_counts_as_well)
                  world.trace());
 }
 
+TEST_F(little_memory, of_before_hides_no_link)
+{
+    world.write(STORE, LINKS);
+    watch_json_memory();
+    note_failed_allocation();
+    EXPECT_TRUE(is_link_recorded("ppp1"));
+}
+
 TEST_F(little_memory, has_run_out_though_a_document_was_loaded_since)
 {
     world.write("/document", R"({"key": "value"})");

@@ -2,6 +2,7 @@
 
 #include "platform/nvram.h"
 #include "support/unit_test.h"
+#include "util/shell.h"
 
 #include <errno.h>
 #include <string.h>
@@ -159,6 +160,30 @@ TEST_F(mac, of_the_lan_is_printed_too)
     EXPECT_STREQ(lan.text, "00:0A:EB:11:22:30");
     EXPECT_EQ(world.trace(), "");
     EXPECT_FALSE(device_is_open());
+}
+
+TEST_F(mac, of_the_lan_is_printed_before_what_a_tool_prints)
+{
+    ethaddr("00:0a:eb:11:22:30");
+    world.on("print tool led");
+    std::string out = support::private_world::captured(
+        1,
+        [](void *) {
+            char text[MAC_TEXT_MAX];
+            get_mac("ethaddr", text);
+            shell("led green_wan on");
+        },
+        nullptr);
+    EXPECT_EQ(out, "00:0A:EB:11:22:30\ntool");
+}
+
+TEST_F(mac, is_what_the_store_holds_now)
+{
+    ethaddr("00:0a:eb:11:22:30");
+    nvram_init(0);
+    world.write("/etc/nvram/0", "ethaddr=00:0a:eb:11:22:40\n");
+    request lan = {"ethaddr"};
+    EXPECT_EQ(ask(lan), "00:0A:EB:11:22:40\n");
 }
 
 TEST_F(mac, of_the_wan_is_the_next_one)

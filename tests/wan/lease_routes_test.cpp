@@ -34,6 +34,11 @@ const route_row host_rows[] = {
         ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.1 metric 1 flags 0x7
         ioctl vlan2 SIOCADDRT 198.51.100.8/255.255.255.255 via 192.0.2.2 metric 1 flags 0x7
     )"},
+    {"three", "198.51.100.7 192.0.2.1 198.51.100.8 192.0.2.2 198.51.100.9 192.0.2.3", R"(
+        ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.1 metric 1 flags 0x7
+        ioctl vlan2 SIOCADDRT 198.51.100.8/255.255.255.255 via 192.0.2.2 metric 1 flags 0x7
+        ioctl vlan2 SIOCADDRT 198.51.100.9/255.255.255.255 via 192.0.2.3 metric 1 flags 0x7
+    )"},
     {"the last one has no gateway", "198.51.100.7 192.0.2.1 198.51.100.8", R"(
         ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 192.0.2.1 metric 1 flags 0x7
     )"},

@@ -167,6 +167,13 @@ TEST_F(profile, is_written_while_the_driver_is_unloaded)
     EXPECT_TRACE(DRIVER_RELOADED, world.trace());
 }
 
+TEST_F(profile, leaves_the_settings_closed)
+{
+    made_from("Channel=6\n");
+    world.write("/etc/nvram/1", "Channel=7\n");
+    EXPECT_STREQ(nvram_bufget(1, "Channel"), "7");
+}
+
 // The driver stays unloaded then: the guard is deliberate.
 TEST_F(profile, of_another_section_is_not_written)
 {

@@ -186,6 +186,11 @@ TEST_F(wifi, starts_anew_with_what_the_store_holds_now)
     world.clear_trace();
     start_with("BssidNum=3\n");
     EXPECT_TRACE(bss_up("ra2") + RADIO_ON + WPS, world.trace());
+
+    world.clear_trace();
+    nvram_init(1); // as another left it
+    start_with("BssidNum=4\n");
+    EXPECT_TRACE(bss_up("ra3") + RADIO_ON + WPS, world.trace());
 }
 
 } // namespace
