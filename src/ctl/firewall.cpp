@@ -7,6 +7,7 @@
 #include "ctl/refused_rule.h"
 #include "ctl/status/look.h"
 #include "firewall/tables.h"
+#include "util/link_state.h"
 #include "util/tool_output.h"
 #include "wan/ppp_link.h"
 
@@ -66,19 +67,21 @@ static bool put_jump_right(const nat_view &nat, const json_t *record)
     return count == 1;
 }
 
-// Links come and go meanwhile, and add jumps of their own: so it is looked at again.
-static bool put_jumps_right()
+// Links come and go meanwhile, and add jumps of their own: so it is looked at again. A store that
+// cannot be used hides which links there are: *store_fault is what it has, else null.
+static bool put_jumps_right(const char **store_fault)
 {
     for (int round = 0; round < JUMP_ROUNDS; round++) {
         look at = {};
         look_at_store(&at);
-        bool is_right = look_at_nat(&at.nat) == 0;
+        *store_fault = at.store_fault;
+        bool is_right = look_at_nat(&at.nat) == 0 && at.store_fault == nullptr;
         const json_t *records = is_right ? all_records(at) : nullptr;
         for (size_t i = 0; i < json_array_size(records); i++)
             is_right = put_jump_right(at.nat, json_array_get(records, i)) && is_right;
         forget_look(&at);
-        if (is_right)
-            return true;
+        if (is_right || *store_fault != nullptr)
+            return is_right;
     }
     return false;
 }
@@ -103,7 +106,8 @@ static bool is_next_file_written(timespec before)
     alarm(REBUILD_TIMEOUT_S); // though nobody should be left to end it
     while (!is_next_file_written(before))
         nanosleep(&BETWEEN_LOOKS, nullptr);
-    put_jumps_right();
+    const char *store_fault = nullptr;
+    put_jumps_right(&store_fault);
     _exit(0);
 }
 
@@ -191,14 +195,23 @@ static bool are_loaded()
     return are_all;
 }
 
+static bool make_sure_of_jumps()
+{
+    const char *store_fault = nullptr;
+    if (put_jumps_right(&store_fault))
+        return true;
+    if (store_fault != nullptr)
+        printf("%s %s: mctl status tells what to do\n", LINK_STATE_PATH, store_fault);
+    puts("the ways into the port forwards could not be put right");
+    return false;
+}
+
 static bool run(char **words)
 {
     check_firewall_settings("/", stdout);
     if (!rebuild(words))
         return false;
-    bool are_right = put_jumps_right();
-    if (!are_right)
-        puts("the ways into the port forwards could not be put right");
+    bool are_right = make_sure_of_jumps();
     return are_loaded() && are_right;
 }
 

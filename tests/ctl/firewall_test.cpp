@@ -249,6 +249,38 @@ TEST_F(firewall_command, that_cannot_list_the_ways_says_so)
               ""}));
 }
 
+struct store_row {
+    const char *name;
+    const char *content;
+    const char *rule;
+    const char *fault;
+};
+
+const store_row store_rows[] = {
+    {"of another kind", "{}", "", "has no state_links"},
+    {"cannot be opened", R"({"state_links":[]})", "fail EMFILE open /var/run/state_link",
+     "cannot be read"},
+};
+
+// Nobody knows then which links there are, so none can be led there.
+TEST_F(firewall_command, that_cannot_use_the_store_says_so)
+{
+    for (const store_row &row : store_rows) {
+        SCOPED_TRACE(row.name);
+        world.clear_rules();
+        world.write("/var/run/state_link", row.content);
+        if (row.rule[0] != '\0')
+            world.on(row.rule);
+        rebuilds();
+        lists("");
+        EXPECT_EQ(run(), (told{1,
+                               CHECKED + "/var/run/state_link " + row.fault +
+                                   ": mctl status tells what to do\n" +
+                                   NO_WAY.substr(CHECKED.size()) + LOADED.substr(CHECKED.size()),
+                               ""}));
+    }
+}
+
 // Then the ways wait for the end of the rebuild.
 TEST_F(firewall_command, does_without_the_process_beside_the_rebuild)
 {
