@@ -342,6 +342,41 @@ TEST_F(heal_command, and_status_tell_of_a_document_that_cannot_be_read)
               (told{2, "", "mctl: /var/run/Config cannot be read: mcfg set_config makes it\n"}));
 }
 
+struct unread_row {
+    const char *name;
+    std::string content;
+    const char *rule;
+    const char *fault;
+};
+
+// clang-format off
+const unread_row unread_rows[] = {
+    {"cannot be read", R"({"state_links":[{"iface":"ppp4","ipaddr":"192.0.2.66"}]})", "fail EMFILE open /var/run/state_link",
+     "cannot be read"},
+    {"too long and torn", "[" + std::string(1024 * 1024, ' '), "", "is too long"},
+};
+// clang-format on
+
+// It may hold the records of all links, and these links would look like ones that nobody knows of.
+TEST_F(heal_command, and_status_leave_a_store_alone_that_cannot_be_read)
+{
+    has_left("ppp4", "66");
+    for (const unread_row &row : unread_rows) {
+        SCOPED_TRACE(row.name);
+        world.write(STORE, row.content);
+        if (row.rule[0] != '\0')
+            world.on(row.rule);
+        const told expected = {2, "",
+                               "mctl: /var/run/state_link " + std::string(row.fault) +
+                                   ": try again, or move it away\n"};
+        EXPECT_EQ(run_mctl({"status"}), expected);
+        EXPECT_EQ(run_mctl({"heal"}), expected);
+        world.clear_rules();
+        EXPECT_EQ(world.read(STORE), row.content);
+    }
+    EXPECT_EQ(support::without(world.trace(), {"open "}), "");
+}
+
 // It is written in place, which takes a moment.
 TEST_F(heal_command, and_status_wait_for_a_document_that_is_being_written)
 {

@@ -212,8 +212,6 @@ const picture ROWS[] = {
       {"/etc/default/network-interfaces", ""}, {"/etc/default/wimax", ""}}},
     {"a lock that is held", LAN, "", "", BR0, "", {{"/var/lock/state_link.lock", "ip-up"}}},
     {"a store without its list", LAN, "", "", BR0, "", {}, {{"/var/run/state_link", "{}"}}},
-    {"a store that is a directory", LAN, "", NO_STORE, BR0, "", {}, {{"/var/run/state_link/x", ""}}},
-    {"a store that is too long", LAN, "", "", BR0, "", {}, {{"/var/run/state_link", "{}" + std::string(1024 * 1024, ' ')}}},
 };
 // clang-format on
 

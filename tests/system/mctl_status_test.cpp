@@ -304,7 +304,7 @@ const hostile HOSTILE[] = {
     {"numbers for texts", CONFIG,
      "{\"Network\":{\"Lan\":[{\"iface\":\"br0\",\"type\":1,\"ipaddr\":[]}],\"Wan\":[{\"iface\":\"vlan2\",\"auto\":9,"
      "\"have_tunnels\":true,\"Tunnels\":[1,null,{\"type\":4,\"name\":{}}]}]}}", 0, "all is well"},
-    {"a store that is a directory", STORE, "(directory)", 1, "state_link is no plain file"},
+    {"a store that is a directory", STORE, "(directory)", 2, "mctl: /var/run/state_link is no plain file: try again, or move it away"},
     {"records of another kind", STORE, "{\"state_links\":[1,null,\"x\",{},{\"iface\":3},{\"iface\":\"\"}]}", 1, "no-address"},
     {"records without end", STORE, "{\"state_links\":[" + std::string(400, '{') + "]}", 1, "store-broken"},
     {"a lock that is a directory", "/var/lock/Config.lock", "(directory)", 1, "lock-dead"},

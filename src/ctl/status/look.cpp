@@ -18,6 +18,7 @@ struct read_document {
     json_t *root;
     bool is_missing;
     const char *fault; // null when it was read
+    bool is_whole;     // all of it was seen, so the fault is its own
     char error[96];
 };
 
@@ -39,6 +40,7 @@ static void read_once(read_document *document, const char *path)
         break;
     case file_state::loaded:
         document->root = json_loadb(file.bytes, file.length, 0, &error);
+        document->is_whole = !file.is_cut;
         if (file.is_cut || document->root == nullptr)
             document->fault = file.is_cut ? "is too long" : "is no JSON";
         break;
@@ -96,6 +98,18 @@ void look_at_store(look *at)
         at->store_fault = document.fault;
     if (document.fault == nullptr && !json_is_array(all_records(*at)))
         at->store_fault = "has no state_links";
+    at->is_store_broken = at->store_fault != nullptr && document.is_whole;
+}
+
+// What a store that cannot be read may hold is not lost: without it, nobody can tell which links
+// are recorded, and it is not to be replaced.
+static bool is_store_seen(const look &at, char (&fault)[FAULT_MAX])
+{
+    bool is_seen = at.store_fault == nullptr || at.is_store_broken;
+    if (!is_seen)
+        text_format(fault, sizeof(fault), "%s %s: try again, or move it away", LINK_STATE_PATH,
+                    at.store_fault);
+    return is_seen;
 }
 
 bool look_around(look *at, char (&fault)[FAULT_MAX])
@@ -105,6 +119,8 @@ bool look_around(look *at, char (&fault)[FAULT_MAX])
         return false;
     // What is recorded had its address and its jump before: so these are looked at later.
     look_at_store(at);
+    if (!is_store_seen(*at, fault))
+        return false;
     int error = look_at_kernel(&at->kernel);
     if (error != 0) {
         text_format(fault, sizeof(fault), "cannot see the network: %s", strerror(error));

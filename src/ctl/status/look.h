@@ -12,6 +12,7 @@ struct look {
     json_t *config;
     json_t *store;           // null when there is none
     const char *store_fault; // why it cannot be used, or null
+    bool is_store_broken;    // it was read, so nothing that can be used is lost with it
     kernel_view kernel;
     nat_view nat;
 };
@@ -20,7 +21,7 @@ constexpr size_t FAULT_MAX = 160;
 
 // Read all. A document that is being written just now is read again after a moment. Returns false
 // and writes why into fault when one of the worlds cannot be seen; the look is to be forgotten in
-// either case.
+// either case. A store that is broken is seen, one that cannot be read is not.
 bool look_around(look *at, char (&fault)[FAULT_MAX]);
 void forget_look(look *at);
 
