@@ -239,10 +239,13 @@ TEST_F(tool_output, is_none_without_descriptors)
     EXPECT_EQ(seen, (taken{"", EMFILE}));
 }
 
-// There are two for the pipe, and none to keep our own output with.
-TEST_F(tool_output, is_taken_though_ours_cannot_be_kept)
+// There are two for the pipe, and none to keep our own output with, or one and none for the errors.
+// Ours stay as they are: else what is opened next would get what we say.
+TEST_F(tool_output, is_none_when_ours_cannot_be_kept)
 {
     script("echo text\n");
+    struct stat before = {};
+    ASSERT_EQ(fstat(STDOUT_FILENO, &before), 0);
     pid_t other = fork();
     if (other == 0) {
         int last = dup(STDERR_FILENO);
@@ -253,8 +256,15 @@ TEST_F(tool_output, is_taken_though_ours_cannot_be_kept)
         few.rlim_cur = static_cast<rlim_t>(last) + 3;
         setrlimit(RLIMIT_NOFILE, &few);
         alarm(10);
-        bool is_taken = take(read_tool_output) == taken{"text\n", 0};
-        _exit(is_taken && fcntl(STDOUT_FILENO, F_GETFD) < 0 ? 0 : 1);
+        bool are_none = take(read_tool_output) == taken{"", EMFILE};
+        few.rlim_cur++;
+        setrlimit(RLIMIT_NOFILE, &few);
+        are_none = are_none && take(read_tool_messages) == taken{"", EMFILE} &&
+                   take(read_tool_output) == taken{"text\n", 0};
+        struct stat now = {};
+        bool are_ours = fstat(STDOUT_FILENO, &now) == 0 && now.st_ino == before.st_ino &&
+                        fcntl(STDERR_FILENO, F_GETFD) >= 0 && dup(STDERR_FILENO) == last + 1;
+        _exit(are_none && are_ours ? 0 : 1);
     }
     int status = -1;
     EXPECT_EQ(waitpid(other, &status, 0), other);
