@@ -111,11 +111,10 @@ enum class octets {
     till_end, // the end of the text may cut them short
 };
 
-// Read count octets, each behind one blank, into the most significant places of *address. Returns
-// false when one is not there.
+// Read count octets, each behind one blank, into the most significant places of *address, which is
+// 0 before. Returns false when one is not there.
 static bool read_octets(const char **cursor, int count, octets how, uint32_t *address)
 {
-    *address = 0;
     for (int i = 0; i < count; i++) {
         if (how == octets::till_end && **cursor == '\0')
             break;

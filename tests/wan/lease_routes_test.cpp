@@ -128,8 +128,8 @@ const classless_row classless_rows[] = {
         ioctl vlan2 SIOCADDRT 10.0.0.0/255.0.0.0 via 10.0.0.2 metric 1 flags 0x3
         ioctl vlan2 SIOCADDRT 10.128.0.0/255.128.0.0 via 10.0.0.3 metric 1 flags 0x3
     )"},
-    {"four octets: a host", "32 198 51 100 7 10 0 0 1", true, R"(
-        ioctl vlan2 SIOCADDRT 198.51.100.7/255.255.255.255 via 10.0.0.1 metric 1 flags 0x7
+    {"four octets: a host", "32 198 51 100 8 10 0 0 1", true, R"(
+        ioctl vlan2 SIOCADDRT 198.51.100.8/255.255.255.255 via 10.0.0.1 metric 1 flags 0x7
     )"},
     {"bits behind the prefix are masked", "20 10 1 31 10 0 0 1", true, R"(
         ioctl vlan2 SIOCADDRT 10.1.16.0/255.255.240.0 via 10.0.0.1 metric 1 flags 0x3
@@ -153,6 +153,7 @@ const classless_row classless_rows[] = {
     {"a prefix of 320 ends the list", "320 10 0 0 0 10 0 0 1", true, ""},
     {"a prefix beyond every number ends the list", "4294967304 10 10 0 0 1", true, ""},
     {"a prefix with a comma behind it ends the list", "8,10 10 0 0 1", true, ""},
+    {"a prefix with a colon behind it ends the list", "1: 10 1 16 10 0 0 1", true, ""},
     {"a prefix alone ends the list", "8", true, ""},
     {"a blank at the start: no list", " 8 10 10 0 0 1", true, ""},
     {"no digit at the start: no list", "x", true, ""},
