@@ -182,7 +182,7 @@ TEST_F(usb_handler, device_paths_of_255_characters_are_used_whole)
     EXPECT_NE(world.trace().find("Vendor_new=19d2\\n"), std::string::npos) << world.trace();
 
     // A longer one is cut, and leads to where the 255 characters lead.
-    setenv("PHYSDEVPATH", (physical + "/and/more").c_str(), 1);
+    setenv("PHYSDEVPATH", (physical + "r/and/more").c_str(), 1);
     world.clear_trace();
     EXPECT_EQ(hotplug_usb_dev(), 0);
     EXPECT_NE(world.trace().find("Vendor_new=19d2\\n"), std::string::npos) << world.trace();

@@ -281,6 +281,14 @@ TEST_F(nvram, refuses_to_grow_past_a_full_section)
     EXPECT_STREQ(nvram_bufget(1, "A"), "12");
 }
 
+TEST_F(nvram, takes_one_pair_that_fills_a_section)
+{
+    std::string value(SECTION_MAX - 3, 'x');
+    EXPECT_EQ(nvram_bufset(1, "A", value.c_str()), 0);
+    EXPECT_EQ(section(), "A=" + value + "\n");
+    EXPECT_EQ(nvram_bufset(1, "A", (value + "x").c_str()), -ENOSPC);
+}
+
 TEST_F(nvram, makes_the_store_of_a_new_router_for_root_only)
 {
     world.remove("/etc/nvram");
@@ -292,9 +300,21 @@ TEST_F(nvram, makes_the_store_of_a_new_router_for_root_only)
 
 TEST_F(nvram, keeps_the_mode_of_the_file)
 {
-    world.write("/etc/nvram/1", "A=1\n", 0640);
+    world.write("/etc/nvram/1", "A=1\n", 0741);
     EXPECT_EQ(nvram_bufset(1, "A", "2"), 0);
-    EXPECT_EQ(world.mode("/etc/nvram/1"), 0640U);
+    EXPECT_EQ(world.mode("/etc/nvram/1"), 0741U);
+}
+
+// What was read before lies behind a shorter text.
+TEST_F(nvram, does_not_find_what_is_gone_behind_an_end_without_a_line_end)
+{
+    for (const char *left : {"A", "", "B=2\nA"}) {
+        section("A=1\nA=1\n");
+        nvram_init(1);
+        section(left);
+        nvram_init(1);
+        EXPECT_STREQ(nvram_bufget(1, "A"), "");
+    }
 }
 
 TEST_F(nvram, reads_the_file_anew_before_it_sets)

@@ -56,6 +56,22 @@ TEST_F(opened_file, is_cut_for_writing)
     EXPECT_EQ(world.mode("/file"), 0640U);
 }
 
+TEST_F(opened_file, is_empty_until_it_is_written)
+{
+    for (const char *before : {"of before", "x", ""}) {
+        world.write("/file", before);
+        fclose(open_stream("/file", "w"));
+        EXPECT_EQ(world.read("/file"), "");
+    }
+}
+
+TEST_F(opened_file, that_is_a_device_needs_no_cut)
+{
+    FILE *stream = open_stream("/dev/null", "w");
+    ASSERT_NE(stream, nullptr);
+    fclose(stream);
+}
+
 TEST_F(opened_file, that_cannot_be_cut_stays_as_it_is)
 {
     sealed_file file("of before", F_SEAL_SHRINK);
@@ -173,7 +189,7 @@ using replaced_file = support::unit_test;
 
 TEST_F(replaced_file, takes_the_place_of_the_one_before_with_its_mode)
 {
-    world.write("/file", "of before", 0640);
+    world.write("/file", "of before", 0741);
     errno = 0;
     FILE *file = create_beside("/file");
     ASSERT_NE(file, nullptr);
@@ -181,7 +197,7 @@ TEST_F(replaced_file, takes_the_place_of_the_one_before_with_its_mode)
     EXPECT_EQ(world.read("/file"), "of before");
     replace_output(file, "/file");
     EXPECT_EQ(world.read("/file"), "new");
-    EXPECT_EQ(world.mode("/file"), 0640U);
+    EXPECT_EQ(world.mode("/file"), 0741U);
     EXPECT_FALSE(world.exists("/file.new"));
 }
 
