@@ -119,6 +119,7 @@ const value_row networks[] = {
     {"no_address", "/24", "no"},
     {"bad_address", "10.0.0/24", "no"},
     {"longest_parts", "255.255.255.255/255.255.255.255", "255.255.255.255/255.255.255.255"},
+    {"mask_without_room", "10.0.0.1/" + std::string(40, '1'), "no"},
     {"address_without_room", std::string(40, '1') + "/24", "no"},
 };
 // clang-format on
@@ -246,6 +247,7 @@ const value_row macs[] = {
     {"letters", "aA:bB:cC:dD:eE:fF", "aabbccddeeff"},
     {"hyphens", "01-23-45-67-89-00", "no"},
     {"five_bytes", "01:23:45:67:89", "no"},
+    {"a_digit_too_many", "01:23:45:67:89:000", "no"},
     {"no_digit", "0g:23:45:67:89:00", "no"},
     {"no_digit_in_front", "g0:23:45:67:89:00", "no"},
     {"no_digit_at_the_end", "01:23:45:67:89:0g", "no"},

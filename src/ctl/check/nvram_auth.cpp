@@ -89,7 +89,7 @@ static void judge_wep(const nvram_section &section, const nvram_line &line, cons
     char item[NVRAM_VALUE_MAX];
     get_value(section, "DefaultKeyID", value);
     get_item(item, value, number - 1);
-    uint32_t slot = 1;
+    uint32_t slot;
     if (!parse_number(item, 4, &slot) || slot == 0)
         slot = 1;
     char key[NVRAM_KEY_MAX];

@@ -146,7 +146,7 @@ static bool is_wds_on(const nvram_section &section)
 
 static void judge_wds_mode(const nvram_section &section, const nvram_line &line)
 {
-    uint32_t mode = 0;
+    uint32_t mode;
     if (is_wds_on(section)) {
         if (find_name(section.keys, WDS_LIST_KEY) == nullptr)
             tell(section, line, code::wds_list, why_no_wds(""));

@@ -282,8 +282,7 @@ static void judge_typed(const peer_line &line)
     const line_words &words = line.words;
     size_t metric_at = metric_position(line.type->words);
     if (words.count < metric_at) {
-        size_t missing = words.count < PEER_AUTO ? PEER_AUTO : words.count;
-        tell(line, field_at(*line.type, missing), code::peer_short);
+        tell(line, field_at(*line.type, words.count), code::peer_short);
         return;
     }
     if (words.count == metric_at)

@@ -52,10 +52,8 @@ template <size_t N>
 static bool halve(const char *text, char separator, char (&first)[N], char (&second)[N])
 {
     const char *at = strchr(text, separator);
-    if (at == nullptr || static_cast<size_t>(at - text) >= N)
-        return false;
-    text_format(first, N, "%.*s", static_cast<int>(at - text), text);
-    return text_set(second, N, at + 1);
+    return at != nullptr && text_set(first, {text, static_cast<size_t>(at - text)}) &&
+           text_set(second, at + 1);
 }
 
 bool parse_ipv4(const char *text, uint32_t *out)
@@ -166,7 +164,7 @@ bool parse_mac_text(const char *text, unsigned char (&mac)[6])
     for (size_t i = 0; i < sizeof(mac); i++, text += 3) {
         int high = hex_digit(text[0]);
         int low = hex_digit(text[1]);
-        if (high < 0 || low < 0 || text[2] != (i < sizeof(mac) - 1 ? ':' : '\0'))
+        if (high < 0 || low < 0 || (i < sizeof(mac) - 1 && text[2] != ':'))
             return false;
         mac[i] = static_cast<unsigned char>(high * 16 + low);
     }
@@ -212,7 +210,7 @@ bool is_utf8(const char *text)
             if ((p[i] & 0xc0) != 0x80)
                 return false;
         }
-        if (follow > 0 && is_forbidden(p))
+        if (is_forbidden(p))
             return false;
         p += follow + 1;
     }

@@ -88,9 +88,9 @@ static bool is_rule(const char *text)
     return skip_change(&text) && skip_change(&text) && *text == '\0';
 }
 
+// Leaves is_whole alone unless an offset has minutes.
 static bool is_zone(const char *text, bool *is_whole)
 {
-    *is_whole = true;
     if (strcmp(text, "UTC") == 0 || strcmp(text, "GMT") == 0)
         return true;
     const char *p = text;
