@@ -99,7 +99,7 @@ const line_table tables[] = {
         "NAT_ENABLE=0\n", "NAT_ENABLE=1\n", "NAT_ENABLE=on\n", "NAT_ENABLE=NO\n", "NAT_ENABLE=no\n", "NAT_ENABLE=2\n", "NAT_ENABLE=\n", "NAT_ENABLE", "NAT_ENABLE= \n", "NAT_ENABLE=0 x\n", "NAT_ENABLE=0 # x\n", "NAT_ENABLE=0=1\n", "NAT_ENABLE =0\n", " NAT_ENABLE=0\n", "nat_enable=0\n", "NAT_ENABL=0\n", "NAT_ENABLEX=0\n",
         "=0\n", "NAT\n", "NAT_ENABLE=0\nNAT_ENABLE=1\n", "NAT_ENABLE=1\nNAT_ENABLE=on\n", "NAT_ENABLE=0\nNAT_ENABLE=NO\n", "NAT_ENABLE=1\nNAT_ENABLE=0\n", "VSERVERS_ENABLE=0\n", "VSERVERS_ENABLE=1\n", "WAN_PING_ENABLE=0\n", "FIREWALL_ENABLE=0\nWAN_PING_ENABLE=0\n",
         "WAN_PING_ENABLE=0\nFIREWALL_ENABLE=0\n", "MAC_FILTER_ENABLE=0\n", "MAC_FILTER_ENABLE=1\n", "MAC_FILTER_ENABLE=allow\n", "MAC_FILTER_ENABLE=deny\n", "MAC_FILTER_ENABLE=2\n", "MAC_FILTER_ENABLE=3\n", "MAC_FILTER_ENABLE=1\nMAC_FILTER_ENABLE=0\n", "MAC_FILTER_ENABLE=1\r\nNAT_ENABLE=0\r\n",
-        "DDOS_ENABLE=0\n", "TRIGGER_PORTS_ENABLE=0\n", "URL_FILTER_ENABLE=0\n", "IGMP_ENABLE=0\n", "UPNP_ENABLE=0\n", "NAT_ENABLE=0\x0e\n"}},
+        "DDOS_ENABLE=0\n", "TRIGGER_PORTS_ENABLE=0\n", "URL_FILTER_ENABLE=0\n", "IGMP_ENABLE=0\n", "UPNP_ENABLE=0\n", "NAT_ENABLE=0\x0e\n", std::string("FIREWALL_ENABLE=0\0\nWAN_PING_ENABLE=0\n", 37)}},
     {"switches that are not read", UPNP, "", "", {{IGMP, NO_FILE}}, {"UPNP_ENABLE=0\n", "UPNP_ENABLE=1\n", "UPNP_ENABLE=\n", "IGMP_ENABLE=0\n"}},
     {"the switch of multicast", IGMP, "", "", {}, {"IGMP_ENABLE=0\n", "IGMP_ENABLE=1\n", "IGMP_ENABLE\n", "UPNP_ENABLE=0\n"}},
     {"switches behind a file that is missing", IGMP, "", "", {{IP_FILTER, NO_FILE}}, {"IGMP_ENABLE=0\n"}},

@@ -56,10 +56,11 @@ static bool can_be_read(const loaded_file &file)
     return file.state == file_state::loaded;
 }
 
+// Lines that are skipped as comments could not match a key anyway; those that are too long or hold
+// a NUL byte switch what they begin with.
 void learn_switches(settings *all)
 {
     fw = {};
-    all->unread_since = nullptr;
     for (const switch_file &row : files) {
         const loaded_file &file = file_of(*all, row.which);
         // A directory can be opened: it reads as an empty file.
@@ -71,8 +72,6 @@ void learn_switches(settings *all)
         settings_line line;
         while (next_line(&reader, &line)) {
             switch_line parts;
-            if (!is_entry(&reader, line, comments::skipped, nullptr))
-                continue;
             split(row.path, line, &parts);
             if (parts.effect != nullptr)
                 *parts.row->target = parts.effect->value;
@@ -152,13 +151,11 @@ static void judge_setting(const settings &all, unsigned number, const switch_lin
         judge_company(all, number, line);
 }
 
-static bool is_unread(const settings &all, const char *path)
+static bool is_unread(const settings &all, const switch_file &file)
 {
-    bool is_behind = false;
-    for (const switch_file &row : files) {
-        if (strcmp(row.path, path) == 0)
-            return is_behind;
-        is_behind = is_behind || row.path == all.unread_since;
+    for (const switch_file *row = files; row != &file; row++) {
+        if (row->path == all.unread_since)
+            return true;
     }
     return false;
 }
@@ -170,7 +167,7 @@ static void judge_line(const settings &all, const switch_file &file, const setti
     split(file.path, line, &parts);
     if (parts.row == nullptr)
         find(all.r, line.number, "-", code::unknown_key, parts.key, file.keys);
-    else if (!is_unread(all, file.path))
+    else if (!is_unread(all, file))
         judge_setting(all, line.number, parts, seen);
     else if (parts.effect != nullptr)
         find(all.r, line.number, parts.row->key, code::switches_unread, all.unread_since);
