@@ -14,6 +14,7 @@ const code_case rows[] = {
     {"flag: of the authenticator", NVRAM_WIRELESS, BASE_RADIO + "IEEE8021X=0 0\n", 5, "IEEE8021X", BASE_RADIO + "IEEE8021X=0;0\n"},
     {"section-full", NVRAM_DEVICE, "ethaddr=00:0A:EB:11:22:30\nx=" + std::string(65536 - 28, 'x') + "\n", 0, "-",
      "ethaddr=00:0A:EB:11:22:30\nx=" + std::string(65536 - 29, 'x') + "\n"},
+    {"section-full: of which nothing else is told", NVRAM_DEVICE, "ethaddr=x\npin\nx=" + std::string(65536, 'x') + "\n", 0, "-", "ethaddr=00:0A:EB:11:22:30\n"},
     {"nvram-line", NVRAM_DEVICE, "ethaddr=00:0A:EB:11:22:30\npin\n", 2, "-", "ethaddr=00:0A:EB:11:22:30\npin=\n"},
     {"key-again", NVRAM_WIRELESS, BASE_RADIO + "Channel=6\nChannel=11\n", 6, "Channel", BASE_RADIO + "Channel=6\nchannels=11\n"},
     {"nvram-key: in small letters", NVRAM_WIRELESS, BASE_RADIO + "channel=6\n", 5, "channel", BASE_RADIO + "Channel=6\n"},

@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace
@@ -171,6 +172,13 @@ TEST_F(settings_tree, has_names_that_are_too_long)
     link(deep);
     EXPECT_EQ(load("/etc/link"), fault(ENAMETOOLONG));
     EXPECT_EQ(load("/etc/link/and/behind/it"), fault(ENAMETOOLONG));
+    std::string nowhere;
+    while (nowhere.size() < 4090)
+        nowhere += "./";
+    world.remove("/tree/etc/link");
+    link(nowhere);
+    EXPECT_EQ(load("/etc/link/file"), fault(ENAMETOOLONG));
+    EXPECT_EQ(load(("/" + nowhere + nowhere).c_str()), fault(ENAMETOOLONG));
     EXPECT_EQ(load(("/" + deep + deep).c_str()), fault(ENAMETOOLONG));
     EXPECT_EQ(load("/file", ("/" + deep + deep).c_str()), fault(ENAMETOOLONG));
 }
@@ -181,6 +189,29 @@ TEST_F(settings_tree, has_files_that_cannot_be_opened)
     EXPECT_EQ(load("/etc/file"), fault(EACCES));
     world.on("fail EMFILE open /etc/file");
     EXPECT_EQ(load("/etc/file", "/"), fault(EMFILE));
+}
+
+// The memory of a process has nothing at its begin.
+TEST_F(settings_tree, has_files_that_cannot_be_read)
+{
+    EXPECT_EQ(load("/proc/self/mem", "/"), fault(EIO));
+    errno = EINTR; // of something else
+    EXPECT_EQ(load("/etc/file"), content("content\n"));
+}
+
+// That of a process that has ended leads nowhere.
+TEST_F(settings_tree, has_links_that_cannot_be_read)
+{
+    pid_t ended = fork();
+    if (ended == 0)
+        _exit(0);
+    siginfo_t info;
+    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(ended), &info, WEXITED | WNOWAIT), 0);
+    link("/etc/file");
+    EXPECT_EQ(load("/etc/link"), content("content\n"));
+    const std::string directory = "/proc/" + std::to_string(ended) + "/cwd";
+    EXPECT_EQ(load(directory.c_str(), "/"), fault(ENOENT));
+    EXPECT_EQ(waitpid(ended, nullptr, 0), ended);
 }
 
 TEST_F(settings_tree, leaves_no_descriptor_open)
@@ -233,6 +264,16 @@ TEST_F(told_files, are_no_files)
     close(listener);
     world.on("fail EACCES open /tree/etc/default/url_filter");
     expect("settings that are no files");
+}
+
+// A directory reads as an empty file, and does not keep the router from those behind it.
+TEST_F(told_files, are_switches)
+{
+    write_good_settings(&world, "/tree");
+    world.remove("/tree/etc/default/igmp");
+    world.mkdir("/tree/etc/default/igmp");
+    world.write("/tree/etc/default/upnp", "UPNP_ENABLE=0\n");
+    expect("switches that are a directory");
 }
 
 TEST_F(told_files, are_devices)
