@@ -167,7 +167,7 @@ TEST_F(heal_command, mends_what_stands_behind_what_it_leaves_alone)
 TEST_F(heal_command, leaves_no_lock_and_no_descriptor)
 {
     has_left("w1", "66");
-    world.write("/var/run/udhcpc.w1.pid", std::to_string(world.bystander(false, "udhcpc")));
+    world.write("/var/run/udhcpc.w2.pid", std::to_string(world.bystander(false, "udhcpc")));
     const std::set<int> open = support::open_descriptors();
     for (const std::vector<std::string> &words :
          {std::vector<std::string>{"heal"}, {"heal", "--dry-run"}, {"status"}, {"report"}}) {
@@ -375,6 +375,25 @@ TEST_F(heal_command, and_status_leave_a_store_alone_that_cannot_be_read)
         EXPECT_EQ(world.read(STORE), row.content);
     }
     EXPECT_EQ(support::without(world.trace(), {"open "}), "");
+}
+
+TEST_F(heal_command, and_status_tell_of_a_network_that_cannot_be_seen)
+{
+    for (const char *call : {"getifaddrs", "open /proc/net/route"}) {
+        world.clear_rules();
+        world.on(std::string("fail EMFILE ") + call);
+        const told expected = {2, "", "mctl: cannot see the network: Too many open files\n"};
+        EXPECT_EQ(run_mctl({"status"}), expected) << call;
+        EXPECT_EQ(run_mctl({"heal"}), expected) << call;
+    }
+}
+
+TEST_F(heal_command, and_status_show_colours_on_a_terminal)
+{
+    has_left("w1", "66");
+    EXPECT_EQ(run_mctl({"status"}).out.find('\033'), std::string::npos);
+    world.on("skip isatty 1");
+    EXPECT_NE(run_mctl({"status"}).out.find("\033[31modd "), std::string::npos);
 }
 
 // It is written in place, which takes a moment.

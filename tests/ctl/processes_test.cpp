@@ -73,6 +73,19 @@ TEST_F(pid_files, that_are_none_are_not_opened)
     close(other_end);
 }
 
+// One behind the other: what the first has told is not told again.
+TEST_F(pid_files, that_cannot_be_opened_tell_nothing)
+{
+    world.write("/var/run/other.pid", "12\nppp1\n");
+    world.write(FILE_NAME, "13\nppp2\n");
+    world.on("fail EACCES open /var/run/some.pid");
+    pid_file other = read_pid_file("/var/run/other.pid");
+    pid_file file = read_pid_file(FILE_NAME);
+    EXPECT_EQ(other.number, 12);
+    EXPECT_EQ(file.number, 0);
+    EXPECT_STREQ(file.iface, "");
+}
+
 TEST_F(pid_files, lead_to_processes_of_the_name)
 {
     pid_t pid = world.bystander(false, "udhcpc");

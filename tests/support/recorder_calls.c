@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 #include <errno.h>
 #include <fcntl.h>
+#include <ifaddrs.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -243,6 +244,30 @@ int socket(int domain, int type, int protocol)
     snprintf(text, sizeof text, "socket %s %s %d", domain == AF_INET ? "inet" : "other", kind,
              protocol);
     return refused_by_rule(text) ? -1 : real(domain, type, protocol);
+}
+
+int getifaddrs(struct ifaddrs **list)
+{
+    RECORDERS_WORK;
+    static int (*real)(struct ifaddrs **);
+    if (real == NULL)
+        find_real("getifaddrs", &real);
+    return refused_by_rule("getifaddrs") ? -1 : real(list);
+}
+
+// A rule plays a terminal.
+int isatty(int descriptor)
+{
+    RECORDERS_WORK;
+    static int (*real)(int);
+    if (real == NULL)
+        find_real("isatty", &real);
+    int result = -1;
+    struct line event = LINE_EMPTY;
+    line_print(&event, "isatty %d", descriptor);
+    bool is_played = box_recording != RECORDING_OFF && answered_by_rule(&event, &result);
+    line_free(&event);
+    return is_played ? result == 0 : real(descriptor);
 }
 
 // Of all requests, only those that take or release a record lock can be refused.

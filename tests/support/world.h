@@ -33,10 +33,11 @@
 //   settimeofday SEC[.MICROSECONDS] WEST DST   the clock set; the machine's own is never touched
 //   mknod PATH TYPE MODE MAJOR:MINOR   such as "mknod /dev/sda1 b 0700 8:1"; what is made is an
 //                            empty file with that mode, since not every machine allows the node
-//   fork, open PATH, socket FAMILY KIND PROTOCOL, lock, unlock, gettimeofday
+//   fork, open PATH, socket FAMILY KIND PROTOCOL, lock, unlock, gettimeofday, getifaddrs
 //                            only when a rule refuses it: "fail EAGAIN fork", "fail EMFILE open
 //                            /var/run/state_link" (by open()), "fail EMFILE socket inet raw 255"
 //                            (KIND dgram or raw), "fail EINTR lock" (a record lock)
+//   isatty DESCRIPTOR        only when a rule makes it a terminal: "skip isatty 1"
 // A call that fails (for real or as told) ends in " = " and the error's name: " = ENODEV".
 //
 // Control characters in a line are escaped (\n, \t, \r, \\, \xHH). A word of a "run" line that is

@@ -1,5 +1,6 @@
 #include "ctl/status/kernel_view.h"
 
+#include "util/open_file.h"
 #include "util/text.h"
 
 #include <arpa/inet.h>
@@ -81,7 +82,7 @@ static void take_route(kernel_view *view, const char *line)
 
 static int look_at_routes(kernel_view *view)
 {
-    FILE *file = fopen("/proc/net/route", "re");
+    FILE *file = open_stream("/proc/net/route", "r");
     if (file == nullptr)
         return errno;
     char line[256];
