@@ -158,6 +158,8 @@ const loaded_row loaded_rows[] = {
      "nat: loaded\nfilter: loaded\nmangle: refused, the table before stays in force\n"},
     {"mangle is another", {"print '-A PREROUTING -j DROP\\n' iptables -t mangle -S"},
      "nat: loaded\nfilter: loaded\nmangle: not as it was generated: \"PREROUTING ACCEPT\" is \"PREROUTING DROP\"\n"},
+    {"mangle is none that can be printed", {"print '-A PREROUTING -j \\x1b[2J\\n' iptables -t mangle -S"},
+     "nat: loaded\nfilter: loaded\nmangle: not as it was generated: \"PREROUTING ACCEPT\" is \"PREROUTING ?[2J\"\n"},
     {"filter cannot be listed", {"exit 4 iptables -t filter -S"},
      "nat: loaded\nfilter: cannot be listed: iptables ended with 4\nmangle: loaded\n"},
 };
@@ -291,6 +293,16 @@ TEST_F(firewall_command, does_without_the_process_beside_the_rebuild)
     std::string seen = support::without(trace(), {"fork"});
     EXPECT_EQ(seen.substr(0, seen.find("run iptables-restore")),
               "run firewall_update br0 vlan2 both\n" + LOOK);
+}
+
+// Of which there is none to end either, nor any other.
+TEST_F(firewall_command, that_has_rebuilt_nothing_does_without_it)
+{
+    world.on("fail EAGAIN fork #1");
+    world.on("skip kill");
+    world.on("print 'firewall start\\n' firewall_update");
+    EXPECT_EQ(run(), (told{1, CHECKED + nothing_rows[0].expected, ""}));
+    EXPECT_EQ(support::without(trace(), {"fork"}), "run firewall_update br0 vlan2 both\n");
 }
 
 TEST_F(firewall_command, leaves_no_lock_and_no_descriptor)

@@ -62,9 +62,11 @@ TEST_F(learned_secrets, of_peers_are_logins_and_passwords_of_comments_too)
                                           "wan1 pppoe 1 somebody sesame42 vlan2 ac1 isp 1\n"
                                           "#\t old l2tp 0 grandma - 192.0.2.9 3\r\n"
                                           "odd l2tp \r1 uncle - 192.0.2.9 3\n"
+                                          "### older l2tp 0 grandpa tobacco\n"
                                           "last l2tp 1 aunt dog\r\n"
                                           "short pptp 1\n");
-    EXPECT_EQ(learn(), (list{"sesame42", "somebody", "grandma", "uncle", "aunt", "dog"}));
+    EXPECT_EQ(learn(), (list{"sesame42", "somebody", "grandma", "grandpa", "tobacco", "uncle",
+                             "aunt", "dog"}));
 }
 
 TEST_F(learned_secrets, of_nvram_are_the_values_of_such_keys)

@@ -4,6 +4,7 @@
 #include "ctl/heal/steps.h"
 #include "ctl/pictures.h"
 #include "ctl/status/status.h"
+#include "util/json_memory.h"
 
 namespace
 {
@@ -268,6 +269,7 @@ class status_picture : public pictures::picture_test, public testing::WithParamI
     void mend_all(bool is_dry)
     {
         healing h = {&at, is_dry, true};
+        note_failed_allocation(); // of before: it has nothing to do with these steps
         for (size_t i = 0; i < status.links; i++) {
             const link_status &link = status.link[i];
             for (size_t n = 0; n < link.reasons; n++) {
@@ -408,6 +410,31 @@ TEST_F(left_alone, is_a_lock_that_was_given_back_meanwhile)
                   },
                   &run),
               "");
+}
+
+// A signal to nobody would be one to all that the router's start has begun.
+TEST_F(left_alone, is_a_client_that_has_ended_meanwhile)
+{
+    show({"", LAN, DHCP, LEASE, BR0 + "vlan2 up\n", JUMP, CLIENT});
+    const link_status &wan = status.link[1];
+    ASSERT_EQ(wan.reasons, 1U);
+    ASSERT_EQ(wan.reason_of[0].id, reason::no_address);
+    world.remove(CLIENT.begin()->first);
+    world.clear_trace();
+    struct context {
+        healing h;
+        const link_status &link;
+    } run = {{&at, false, true}, wan};
+    EXPECT_NE(support::private_world::captured(
+                  1,
+                  [](void *c) {
+                      const context *it = static_cast<context *>(c);
+                      EXPECT_TRUE(mend(it->h, it->link, it->link.reason_of[0]));
+                  },
+                  &run)
+                  .find("WAN: end its client, which would not ask for an address again\n"),
+              std::string::npos);
+    EXPECT_EQ(world.trace_of({"kill"}), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(rows, status_picture, testing::ValuesIn(ROWS), support::row_name);
