@@ -118,6 +118,21 @@ TEST_F(block_handler, mount_point_is_open_to_all)
     EXPECT_EQ(world.mode("/media/sda1"), 0777U);
 }
 
+// As a device manager may have made it.
+TEST_F(block_handler, node_that_is_there_is_no_fault_of_the_mount_point)
+{
+    world.on("fail EEXIST mknod /dev/sda1");
+    EXPECT_EQ(handle("add", "sd", "8", "1"), 0);
+    EXPECT_TRACE(R"(
+        log hotplug: env add sd!\n
+        log hotplug: adding disk...\n
+        log hotplug: err = -1\n
+        log hotplug: err /media/sda1= Success\n
+        log hotplug: err = 0\n
+    )",
+                 world.trace_of({"log"}));
+}
+
 // Interrupted twice while it waits for another handler: that one's file is not touched.
 TEST_F(block_handler, without_the_lock_nothing_is_done)
 {

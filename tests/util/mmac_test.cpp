@@ -62,4 +62,12 @@ TEST_F(mmac_answer, that_cannot_be_written_is_none)
     }
 }
 
+TEST(mmac_parameters, have_eleven_keys)
+{
+    EXPECT_STREQ(parameter_key(0), "ethaddr");
+    EXPECT_STREQ(parameter_key(10), "appex");
+    for (size_t index : {11U, 12U, 200U})
+        EXPECT_EQ(parameter_key(index), nullptr);
+}
+
 } // namespace
