@@ -72,9 +72,10 @@ void write_pppd_quoted(FILE *file, const char *value)
 constexpr const char *device_kinds[] = {"apcli", "br",  "eth",   "ra",  "usb",
                                         "vlan",  "wds", "wimax", "wlan"};
 
+// Of what may stand in one, only the point is less than a digit, and does not begin it.
 static bool is_device_number(const char *text, size_t length)
 {
-    return length > 0 && *text >= '0' && *text <= '9' && strspn(text, "0123456789.") >= length;
+    return length > 0 && *text >= '0' && strspn(text, "0123456789.") >= length;
 }
 
 static bool is_usual_device(const char *text, size_t length)

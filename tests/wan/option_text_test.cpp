@@ -71,6 +71,7 @@ INSTANTIATE_TEST_SUITE_P(
         text_row{"device_of_the_kind_wimax", write_pppd_device, "wimax0", "wimax0"},
         text_row{"device_of_the_kind_wlan", write_pppd_device, "wlan0", "wlan0"},
         text_row{"device_with_vlan", write_pppd_device, "eth2.10", "eth2.10"},
+        text_row{"device_with_a_point_first", write_pppd_device, "eth.10", "nic-eth.10"},
         text_row{"device_line_end", write_pppd_device, "br0\n", "br0"},
         text_row{"device_empty", write_pppd_device, "", ""},
         text_row{"device_without_a_number", write_pppd_device, "vlan", "nic-vlan"},
