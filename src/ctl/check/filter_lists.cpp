@@ -53,9 +53,7 @@ static bool judge_days(const list_line &line)
 
 static bool is_time_of_day(const char *digits)
 {
-    int hour = (digits[0] - '0') * 10 + digits[1] - '0';
-    int minute = (digits[2] - '0') * 10 + digits[3] - '0';
-    return hour < 24 && minute < 60;
+    return strncmp(digits, "24", 2) < 0 && digits[2] < '6';
 }
 
 static void judge_time(const list_line &line, bool are_days_good)
@@ -75,10 +73,11 @@ static void judge_time(const list_line &line, bool are_days_good)
         tell(line, SCHED_TIME, code::schedule_past_midnight);
 }
 
+// Of a schedule that is on; such are found first.
 static void judge_unique(const list_line &line)
 {
     const named_line *first = find_name(line.all.schedules, line.field[SCHED_NAME]);
-    if (first == nullptr || !first->is_on || first->line >= line.number)
+    if (first == nullptr || first->line >= line.number)
         return;
     tell_number(line, SCHED_NAME, code::duplicate_name, first->line, "that one counts");
 }

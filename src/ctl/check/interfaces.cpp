@@ -67,21 +67,17 @@ static void learn_line(interface_facts *facts, const char *iface, const line_wor
         facts->metric = 0;
 }
 
-// An interface without a line.
-static void learn_default(interface_facts *facts, const known_interface &known)
+// A LAN without a line; of a WAN without one nobody asks more.
+static void learn_default(interface_facts *lan)
 {
-    *facts = {};
-    facts->is_auto = true;
-    text_set(facts->type, known.type);
-    facts->has_network = parse_ipv4(known.ipaddr, &facts->network.address) &&
-                         parse_netmask(known.netmask, false, &facts->network.mask);
-    facts->metric = static_cast<uint32_t>(get_link_kind(known.iface)->dhcp_metric);
+    const known_interface &known = known_interfaces[LAN];
+    lan->has_network = parse_ipv4(known.ipaddr, &lan->network.address) &&
+                       parse_netmask(known.netmask, false, &lan->network.mask);
 }
 
 void learn_interfaces(settings *all)
 {
-    for (size_t i = 0; i < INTERFACES; i++)
-        learn_default(&all->interfaces[i], known_interfaces[i]);
+    learn_default(&all->interfaces[LAN]);
     line_reader reader = begin_lines(file_of(*all, source::interfaces));
     settings_line line;
     while (next_line(&reader, &line)) {
@@ -89,7 +85,7 @@ void learn_interfaces(settings *all)
         if (!is_entry(&reader, line, interfaces_format.hash_lines, nullptr))
             continue;
         split(line, &words);
-        size_t i = words.count > 0 ? find_interface(words.word[IF_NAME]) : INTERFACES;
+        size_t i = find_interface(words.word[IF_NAME]);
         if (i == INTERFACES)
             continue;
         learn_line(&all->interfaces[i], known_interfaces[i].iface, words);
@@ -351,7 +347,6 @@ void judge_interfaces(const settings &all, source which)
         if (!is_entry(&reader, line, interfaces_format.hash_lines, all.r))
             continue;
         split(line, &words);
-        if (words.count > 0)
-            judge_line(all, line.number, words);
+        judge_line(all, line.number, words);
     }
 }

@@ -12,7 +12,7 @@ struct key_seen {
     char value[SETTINGS_LINE_MAX];
 };
 
-constexpr size_t KEYS_MAX = 4;
+constexpr size_t KEYS_MAX = 3;
 
 // One line of a file of this kind, taken apart.
 struct key_line {
@@ -97,12 +97,12 @@ static void judge_twice(const key_line &line, key_seen *seen)
     text_set(seen->value, line.value);
 }
 
-static void judge_value(const key_line &line, const char *behind, key_seen *seen)
+static void judge_value(const key_line &line, bool is_cut, key_seen *seen)
 {
     judge_twice(line, seen);
     if (line.plain[0] == '\0' && line.row->how != key_form::presence)
         tell(line, code::no_value);
-    else if (behind != nullptr)
+    else if (is_cut)
         tell(line, code::value_cut);
     else if (!is_utf8(line.plain))
         tell(line, code::not_utf8);
@@ -154,8 +154,7 @@ static void judge_key_line(const settings &all, unsigned number, const key_table
     char plain[SETTINGS_LINE_MAX];
     text_set(plain, words.word[1]);
     cut_line_end(plain);
-    const char *behind = words.count > 2 ? words.word[2] : nullptr;
-    judge_value({all, number, row, words.word[1], plain}, behind, &seen[row - table.rows]);
+    judge_value({all, number, row, words.word[1], plain}, words.count > 2, &seen[row - table.rows]);
 }
 
 static void judge_keys(const settings &all, source which, const key_table &table)

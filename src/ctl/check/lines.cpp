@@ -33,6 +33,15 @@ bool next_line(line_reader *reader, settings_line *line)
     return true;
 }
 
+bool says_nothing(const settings_line &line)
+{
+    for (size_t i = 0; i < line.length; i++) {
+        if (!isspace(static_cast<unsigned char>(line.raw[i])))
+            return line.raw[i] == '#';
+    }
+    return true;
+}
+
 static bool is_blank(const settings_line &line)
 {
     for (size_t i = 0; i < line.length; i++) {
@@ -40,14 +49,6 @@ static bool is_blank(const settings_line &line)
             return false;
     }
     return true;
-}
-
-static bool is_indented_comment(const settings_line &line)
-{
-    size_t i = 0;
-    while (i < line.length && isspace(static_cast<unsigned char>(line.raw[i])))
-        i++;
-    return i < line.length && line.raw[i] == '#';
 }
 
 static void tell(report *r, const settings_line &line, code id)
@@ -59,8 +60,7 @@ static void tell(report *r, const settings_line &line, code id)
 static bool is_passed_over(const settings_line &line, comments hash_lines, report *r)
 {
     if (line.length == 0 || is_skipped_line(line.text[0], hash_lines)) {
-        bool is_meant = line.text[0] == '#' || is_blank(line) || is_indented_comment(line);
-        if (!is_meant)
+        if (!says_nothing(line))
             tell(r, line, code::indented);
         return true;
     }

@@ -25,6 +25,9 @@ line_reader begin_lines(const loaded_file &file);
 // Returns false at the end of the file.
 bool next_line(line_reader *reader, settings_line *line);
 
+// Whether the line is blank, or a comment behind any white space.
+bool says_nothing(const settings_line &line);
+
 // Whether the line is an entry that the router reads as it stands. Others it passes over, or takes
 // apart: those, and carriage returns, are told to r, which may be null.
 bool is_entry(line_reader *reader, const settings_line &line, comments hash_lines, report *r);

@@ -32,12 +32,12 @@ void end_section(nvram_section *section)
     forget_names(&section->keys);
 }
 
-unsigned get_value(const nvram_section &section, const char *key, char (&value)[NVRAM_VALUE_MAX])
+void get_value(const nvram_section &section, const char *key, char (&value)[NVRAM_VALUE_MAX])
 {
     value[0] = '\0';
     const named_line *row = find_name(section.keys, key);
     if (row == nullptr)
-        return 0;
+        return;
     const char *start = row->name + row->length + 1;
     const char *file_end = section.file.bytes + section.file.length;
     size_t left = static_cast<size_t>(file_end - start);
@@ -45,7 +45,6 @@ unsigned get_value(const nvram_section &section, const char *key, char (&value)[
     size_t length =
         end == nullptr ? left : static_cast<size_t>(static_cast<const char *>(end) - start);
     text_set(value, text_piece{start, length});
-    return row->line;
 }
 
 void tell(const nvram_section &section, const nvram_line &line, code id, const char *first,
@@ -63,10 +62,11 @@ static bool has_controls(const char *bytes, size_t length)
     return false;
 }
 
-// The key without the blanks around it, which are no part of what was meant.
+// The key without the blanks around it, which are no part of what was meant. The "=" behind it is
+// none.
 static void get_meant(char (&meant)[NVRAM_KEY_MAX], const char *raw, size_t length)
 {
-    while (length > 0 && isspace(static_cast<unsigned char>(*raw))) {
+    while (isspace(static_cast<unsigned char>(*raw))) {
         raw++;
         length--;
     }
@@ -95,18 +95,9 @@ static bool judge_key(const nvram_section &section, const settings_line &line, s
     return false;
 }
 
-static bool is_nothing(const settings_line &line)
-{
-    for (size_t i = 0; i < line.length; i++) {
-        if (!isspace(static_cast<unsigned char>(line.raw[i])))
-            return line.raw[i] == '#';
-    }
-    return true;
-}
-
 static bool is_pair(const nvram_section &section, const settings_line &line)
 {
-    if (is_nothing(line))
+    if (says_nothing(line))
         return false;
     if (memchr(line.raw, '\0', line.length) != nullptr) {
         find(section.all.r, line.number, "-", code::nul_byte);

@@ -24,9 +24,8 @@ struct nvram_section {
 void begin_section(nvram_section *section);
 void end_section(nvram_section *section);
 
-// The value that the router reads of a key, cut to the room there. Returns its line, 0 and "" when
-// there is none.
-unsigned get_value(const nvram_section &section, const char *key, char (&value)[NVRAM_VALUE_MAX]);
+// The value that the router reads of a key, cut to the room there; "" when there is none.
+void get_value(const nvram_section &section, const char *key, char (&value)[NVRAM_VALUE_MAX]);
 
 void tell(const nvram_section &section, const nvram_line &line, code id, const char *first = "",
           const char *second = "");

@@ -35,7 +35,8 @@ static bool parse_value(const char *value, unsigned char (&mac)[MAC_BYTES])
 static bool get_base(const nvram_section &section, unsigned char (&mac)[MAC_BYTES])
 {
     char value[NVRAM_VALUE_MAX];
-    return get_value(section, BASE_KEY, value) != 0 && parse_value(value, mac);
+    get_value(section, BASE_KEY, value);
+    return parse_value(value, mac);
 }
 
 static void judge_wan(const nvram_section &section, const nvram_line &line,

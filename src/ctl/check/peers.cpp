@@ -56,8 +56,6 @@ void learn_peers(settings *all)
         if (!is_entry(&reader, line, peers_format.hash_lines, nullptr))
             continue;
         split(line, &words);
-        if (words.count == 0)
-            continue;
         add_name(&all->peers, {line.raw, strlen(words.word[PEER_NAME]), line.number, true, false});
         if (is_auto(words) && why_unsuited(wan.type, words.word[PEER_TYPE]) == nullptr)
             all->is_peer_dialled = true;
@@ -326,7 +324,6 @@ void judge_peers(const settings &all, source which)
         if (!is_entry(&reader, line, peers_format.hash_lines, all.r))
             continue;
         split(line, &words);
-        if (words.count > 0)
-            judge_peer(all, line.number, words, &dialled);
+        judge_peer(all, line.number, words, &dialled);
     }
 }

@@ -101,8 +101,6 @@ constexpr kind_name kind_names[] = {
     {S_IFDIR, "directory"},
     {S_IFIFO, "FIFO"},
     {S_IFSOCK, "socket"},
-    {S_IFCHR, "device"},
-    {S_IFBLK, "disk"},
 };
 // clang-format on
 
@@ -112,7 +110,7 @@ static const char *kind_of(mode_t mode)
         if ((mode & S_IFMT) == row.type)
             return row.name;
     }
-    return "thing unknown";
+    return "device";
 }
 
 // The length up to the last line end; all of it when there is none.
