@@ -83,6 +83,7 @@ TEST_F(settings_tree, holds_files)
     EXPECT_EQ(load("/etc/file"), content("content\n"));
     EXPECT_EQ(load("etc/file"), content("content\n"));
     EXPECT_EQ(load("//etc/./x/..//file"), content("content\n"));
+    EXPECT_EQ(load("/etc/./../etc/file"), content("content\n"));
     EXPECT_EQ(load("/etc/file", "/tree/"), content("content\n"));
     EXPECT_EQ(load("/etc/file", "/tree///"), content("content\n"));
     EXPECT_EQ(load("/etc/file", "/"), content("outside\n"));

@@ -96,6 +96,8 @@ TEST_F(firewall_command, says_what_is_loaded)
 TEST_F(firewall_command, says_first_what_the_settings_have_wrong)
 {
     world.write("/etc/default/rules", "DROP a - 203.0.113.256 - - - - -\n");
+    world.write("/etc/TZ", "Europe/Berlin\n"); // which is no business of the firewall's
+    world.write("/etc/default/ppp-peers", "wan1\n");
     rebuilds();
     lists();
     told seen = run();

@@ -207,6 +207,7 @@ const value_row port_rows[] = {
     {"beyond", "65536", "no"},
     {"range", "80:90", "80 to 90"},
     {"range_of_one", "80:80", "80 to 80"},
+    {"range_of_the_last", "65535:65535", "65535 to 65535"},
     {"range_from_0", "0:65535", "0 to 65535"},
     {"range_beyond", "80:65536", "no"},
     {"range_that_begins_beyond", "65536:65537", "no"},
