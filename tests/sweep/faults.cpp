@@ -110,14 +110,29 @@ const char *name_of(counted_call call)
     return names[call];
 }
 
+static const char *way_of(failing_how how)
+{
+    switch (how) {
+    case FAILS_FROM_HERE:
+        return " from here on";
+    case FAILS_HALF_WAY:
+    case STOPS_HALF_WAY:
+        return " half-way";
+    case FAILS_ONCE:
+    case GETS_SIGNAL:
+    case LOGS_REALLY:
+        break;
+    }
+    return "";
+}
+
 std::string text_of(const support::failing_plan &plan, counted_call call)
 {
-    static const char *const ways[] = {"", " from here on", " half-way", ""};
     std::string what = plan.how == GETS_SIGNAL ? std::string("SIG") + sigabbrev_np(plan.signal)
                                                : strerrorname_np(plan.error);
     return "call " + std::to_string(plan.number) +
            (plan.who == ITS_CHILDREN ? " of the children" : "") + ", " + name_of(call) + ": " +
-           what + ways[plan.how];
+           what + way_of(static_cast<failing_how>(plan.how));
 }
 
 } // namespace sweep
