@@ -60,7 +60,7 @@ static void set_tunnel_metric(json_t *object, const char *name)
     const json_t *tunnel = find_tunnel(config, name);
     if (tunnel != nullptr) {
         json_object_del(object, "metric");
-        json_object_set_new(object, "metric", json_deep_copy(json_object_get(tunnel, "metric")));
+        json_object_set(object, "metric", json_object_get(tunnel, "metric"));
     }
     json_decref(config);
 }
