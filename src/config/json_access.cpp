@@ -24,23 +24,15 @@ void write_document(const char *tag, const json_t *root, const char *path)
     free(text);
 }
 
-// Jansson's reader goes on without a character that it has no memory for.
 json_t *load_document(const char *path)
 {
     FILE *file = open_stream(path, "r");
     if (file == nullptr)
         return nullptr;
     bool had_failed = json_memory_failed();
-    watch_json_memory();
-    json_t *root = json_loadf(file, 0, nullptr);
+    json_t *root = read_json(file);
     fclose(file);
-    if (json_memory_failed()) {
-        json_decref(root);
-        root = nullptr;
-        watch_json_memory(); // what is built without this document is whole
-    }
-    if (had_failed)
-        note_failed_allocation();
+    set_json_memory_failed(had_failed); // what is built without this document is whole
     return root;
 }
 

@@ -19,16 +19,10 @@ struct loaded_store {
 
 static loaded_store read_store(FILE *file)
 {
-    watch_json_memory();
-    errno = 0;
-    json_t *root = json_loadf(file, 0, nullptr);
-    int error = json_memory_failed() ? ENOMEM : 0;
-    if (ferror(file) != 0)
-        error = errno != 0 ? errno : EIO;
-    if (error == 0)
-        return {root, 0};
-    json_decref(root);
-    return {nullptr, error};
+    json_t *root = read_json(file);
+    if (root == nullptr && ferror(file) != 0)
+        return {nullptr, errno};
+    return {root, json_memory_failed() ? ENOMEM : 0};
 }
 
 static loaded_store open_store()
@@ -97,7 +91,7 @@ int save_link_state_ex(json_t *entry)
     static constexpr char tag[] = "mcfg-save_link_state_ex";
     logmessage(tag, "start");
     if (json_memory_failed()) {
-        logmessage(tag, "Not enough memory for the link");
+        logmessage(tag, "Not enough memory, %s stays as it was", LINK_STATE_PATH);
     } else if (set_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES) == 1) {
         update_store(tag, entry);
         clear_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES);

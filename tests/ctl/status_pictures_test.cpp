@@ -269,7 +269,7 @@ class status_picture : public pictures::picture_test, public testing::WithParamI
     void mend_all(bool is_dry)
     {
         healing h = {&at, is_dry, true};
-        note_failed_allocation(); // of before: it has nothing to do with these steps
+        set_json_memory_failed(true); // of before: it has nothing to do with these steps
         for (size_t i = 0; i < status.links; i++) {
             const link_status &link = status.link[i];
             for (size_t n = 0; n < link.reasons; n++) {

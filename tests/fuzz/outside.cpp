@@ -8,6 +8,7 @@
 #include "fuzz/property.h"
 #include "fuzz/streams.h"
 #include "fuzz/world.h"
+#include "util/json_memory.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
@@ -67,6 +68,8 @@ ssize_t write_errors(void *, const char *buffer, size_t size)
 FILE *make_output(cookie_write_function_t *write)
 {
     json_set_alloc_funcs(fuzz::take_guarded, fuzz::give_guarded);
+    json_allocate = fuzz::take_guarded;
+    json_release = fuzz::give_guarded;
     FILE *stream = fopencookie(nullptr, "w", {nullptr, write, nullptr, nullptr});
     __fsetlocking(stream, FSETLOCKING_BYCALLER); // there is no other thread
     return stream;

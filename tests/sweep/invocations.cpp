@@ -33,7 +33,7 @@ static const environment modem = {
 // Three links are up: a wired one, a PPP link, and one that no invocation has to do with.
 static constexpr char STORE[] = R"({
    "state_links": [
-      {"iface": "vlan9", "name": "other", "type": "static", "ipaddr": "198.51.100.9"},
+      {"iface": "vlan9", "name": "other", "type": "static", "ipaddr": "198.51.100.109"},
       {"iface": "vlan2", "name": "wan", "type": "dhcp", "ipaddr": "192.0.2.9"},
       {"iface": "ppp0", "name": "old", "type": "pppoe", "ipaddr": "203.0.113.9"}
    ]

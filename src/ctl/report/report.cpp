@@ -220,7 +220,7 @@ static bool put_document(FILE *out, const char *path)
 {
     char *text = load_text(path);
     watch_json_memory();
-    json_t *root = text != nullptr ? json_loads(text, 0, nullptr) : nullptr;
+    json_t *root = text != nullptr ? read_json_text(text, strlen(text), nullptr) : nullptr;
     free(text);
     hide_members(root);
     char *shown =

@@ -210,8 +210,7 @@ static void learn_document(secrets *all)
     loaded_file file = load_source(all, CONFIG_PATH);
     if (file.state != file_state::loaded)
         return;
-    watch_json_memory();
-    json_t *config = json_loadb(file.bytes, file.length, 0, nullptr);
+    json_t *config = read_json_text(file.bytes, file.length, nullptr);
     if (json_memory_failed())
         tell_loss(all, CONFIG_PATH, ENOMEM);
     learn_members(all, config);

@@ -3,6 +3,7 @@
 #include "config/document.h"
 #include "config/json_access.h"
 #include "ctl/check/tree.h"
+#include "util/json_memory.h"
 #include "util/link_state.h"
 #include "util/text.h"
 
@@ -39,7 +40,7 @@ static void read_once(read_document *document, const char *path)
         document->fault = "cannot be read";
         break;
     case file_state::loaded:
-        document->root = json_loadb(file.bytes, file.length, 0, &error);
+        document->root = read_json_text(file.bytes, file.length, &error);
         document->is_whole = !file.is_cut;
         if (file.is_cut || document->root == nullptr)
             document->fault = file.is_cut ? "is too long" : "is no JSON";
