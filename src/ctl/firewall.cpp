@@ -228,5 +228,6 @@ int firewall_main(int count, char **words)
     }
     bool is_well = run(words);
     release_record(lock);
-    return is_well && fflush(stdout) == 0 ? 0 : 1;
+    bool is_told = fflush(stdout) == 0 && !ferror(stdout);
+    return is_well && is_told ? 0 : 1;
 }

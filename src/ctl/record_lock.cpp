@@ -21,7 +21,7 @@ int take_record(const char *path, bool must_wait)
     int lock = open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
     if (lock < 0 || set_record(lock, must_wait) == 0)
         return lock;
-    int error = errno;
+    int error = errno == EACCES ? EAGAIN : errno; // kernels have either for another's lock
     close(lock);
     errno = error;
     return -1;

@@ -4,7 +4,7 @@
 
 // Take the lock on the file path, which is made where it is missing. With must_wait it is waited
 // for, else not. Returns its descriptor, which release_record() takes back, or -1 with errno:
-// EAGAIN or EACCES when another has it.
+// EAGAIN when another has it.
 int take_record(const char *path, bool must_wait);
 void release_record(int lock);
 

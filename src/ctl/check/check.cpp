@@ -2,11 +2,14 @@
 
 #include "config/source_formats.h"
 #include "ctl/check/judges.h"
+#include "ctl/output.h"
+#include "ctl/unseen.h"
 #include "firewall/list_formats.h"
 #include "firewall/switch_keys.h"
 #include "firewall/switches.h"
 #include "util/time_zone.h"
 
+#include <errno.h>
 #include <string.h>
 
 struct source_row {
@@ -65,6 +68,12 @@ static void judge_missing(const settings &all, const source_row &row)
         find(all.r, 0, "-", code::missing, row.without);
 }
 
+// The lack is ours, and none of the file's.
+static bool is_own_lack(int error)
+{
+    return error == ENOMEM || error == EMFILE || error == ENFILE;
+}
+
 static void judge_source(const settings &all, const source_row &row)
 {
     const loaded_file &file = file_of(all, row.which);
@@ -77,6 +86,8 @@ static void judge_source(const settings &all, const source_row &row)
         find(all.r, 0, "-", code::not_a_file, file.kind, what_happens(file.kind));
         break;
     case file_state::unreadable:
+        if (is_own_lack(file.error))
+            note_unseen(row.path, file.error);
         find(all.r, 0, "-", code::unreadable, strerror(file.error));
         break;
     case file_state::loaded:
@@ -110,6 +121,7 @@ static int check_from_to(const char *root, FILE *out, bool is_json, source first
 {
     report found;
     settings all = {};
+    forget_unseen();
     all.r = &found;
     begin_report(&found, out, is_json);
     load_all(&all, root);
@@ -161,10 +173,11 @@ int check_main(int count, char **words)
         fprintf(stderr, "mctl: %s: no such directory\n", given.root);
         return 2;
     }
+    char why[160];
     int status = check_settings(given.root, stdout, given.is_json);
-    if (fflush(stdout) != 0 || ferror(stdout)) {
-        perror("mctl: standard output");
-        return 2;
+    if (has_unseen(why, sizeof(why))) {
+        fprintf(stderr, "mctl: %s\n", why);
+        status = 2;
     }
-    return status;
+    return status_of_output(status);
 }

@@ -2,7 +2,9 @@
 #include "ctl/check/judges.h"
 #include "ctl/check/list_judges.h"
 #include "ctl/check/values.h"
+#include "ctl/unseen.h"
 
+#include <errno.h>
 #include <stdlib.h>
 
 using list_judge = void (*)(const list_line &line, list_memory *memory);
@@ -105,6 +107,14 @@ static void judge_entry(const settings &all, const list_row &row, const settings
         row.judge(parts, memory);
 }
 
+static unsigned char *take_ports()
+{
+    void *ports = calloc(FORWARD_PROTOCOLS, PORTS);
+    if (ports == nullptr)
+        note_unseen("ports that are forwarded twice", errno);
+    return static_cast<unsigned char *>(ports);
+}
+
 void judge_list(const settings &all, source which)
 {
     const list_row &row = row_of_list(which);
@@ -112,7 +122,7 @@ void judge_list(const settings &all, source which)
         row.judge_whole(all);
     list_memory memory = {0, nullptr};
     if (which == source::vservers)
-        memory.taken_ports = static_cast<unsigned char *>(calloc(FORWARD_PROTOCOLS, PORTS));
+        memory.taken_ports = take_ports();
     line_reader reader = begin_lines(file_of(all, which));
     settings_line line;
     while (next_line(&reader, &line)) {

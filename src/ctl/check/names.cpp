@@ -1,5 +1,8 @@
 #include "ctl/check/names.h"
 
+#include "ctl/unseen.h"
+
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -8,8 +11,10 @@ void add_name(name_index *index, const named_line &row)
     if (index->count == index->room) {
         size_t room = index->room == 0 ? 64 : index->room * 2;
         void *rows = realloc(index->rows, room * sizeof(named_line));
-        if (rows == nullptr)
+        if (rows == nullptr) {
+            note_unseen("all names", errno);
             return;
+        }
         index->rows = static_cast<named_line *>(rows);
         index->room = room;
     }

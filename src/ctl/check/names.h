@@ -18,7 +18,7 @@ struct name_index {
     size_t room = 0;
 };
 
-// Add a row. One for which there is no memory is left out.
+// Add a row. One for which there is no memory is left out, and noted (ctl/unseen.h).
 void add_name(name_index *index, const named_line &row);
 
 // Sort by name; rows of one name that are on come first, then those of earlier lines.

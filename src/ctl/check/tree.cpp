@@ -47,10 +47,9 @@ static int follow_link(walk *w)
     return 0;
 }
 
-static bool is_link(const char *path)
+static bool is_absence(int error)
 {
-    struct stat status;
-    return lstat(path, &status) == 0 && S_ISLNK(status.st_mode);
+    return error == ENOENT || error == ENOTDIR;
 }
 
 // Take the next part of the rest. Returns 0 or an errno.
@@ -72,7 +71,10 @@ static int step(walk *w)
     }
     if (!text_append(w->done, "/") || !text_append(w->done, name))
         return ENAMETOOLONG;
-    return is_link(w->done) ? follow_link(w) : 0;
+    struct stat status;
+    if (lstat(w->done, &status) != 0)
+        return is_absence(errno) ? 0 : errno; // who opens it will see
+    return S_ISLNK(status.st_mode) ? follow_link(w) : 0;
 }
 
 // Returns 0 or an errno. done is the path of this machine then.
@@ -140,8 +142,7 @@ static int read_bytes(int fd, loaded_file *file)
 
 static void fail(loaded_file *file, int error)
 {
-    bool is_missing = error == ENOENT || error == ENOTDIR;
-    file->state = is_missing ? file_state::missing : file_state::unreadable;
+    file->state = is_absence(error) ? file_state::missing : file_state::unreadable;
     file->error = error;
 }
 

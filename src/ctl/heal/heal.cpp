@@ -1,9 +1,11 @@
 #include "ctl/heal/heal.h"
 
 #include "ctl/heal/steps.h"
+#include "ctl/output.h"
 #include "ctl/record_lock.h"
 #include "ctl/status/judge.h"
 #include "ctl/status/look.h"
+#include "ctl/unseen.h"
 
 #include <errno.h>
 #include <stdio.h>
@@ -111,25 +113,25 @@ static int mend_round(bool is_dry, taken_steps *taken, bool *is_well)
     static look at;
     static router_status before, now;
     char fault[FAULT_MAX];
-    if (!look_around(&at, fault))
+    if (!look_and_judge(&at, &before, fault))
         return could_not_look(&at, fault);
-    judge(at, &before);
     forget_look(&at);
     *is_well = before.is_well;
     if (!has_mendable(before))
         return 0;
     sleep(BETWEEN_LOOKS_S);
     int firewall = is_dry ? -1 : take_record(FIREWALL_RECORD, false);
-    int steps = -1;
-    if (look_around(&at, fault)) {
-        judge(at, &now);
+    int steps = 0;
+    bool is_seen = false;
+    if (look_and_judge(&at, &now, fault)) {
         *is_well = now.is_well;
         steps = mend_all({&at, is_dry, is_dry || firewall >= 0}, before, now, taken);
-        forget_look(&at);
-    } else {
-        could_not_look(&at, fault);
+        is_seen = !has_unseen(fault, sizeof(fault)); // it looks again before some steps
     }
     release_record(firewall);
+    if (!is_seen)
+        return could_not_look(&at, fault);
+    forget_look(&at);
     return steps;
 }
 
@@ -157,9 +159,9 @@ int heal_main(int count, char **words)
         return 2;
     }
     if (is_dry)
-        return heal(true);
+        return status_of_output(heal(true));
     int lock = take_record(HEAL_RECORD, false);
-    if (lock < 0 && (errno == EAGAIN || errno == EACCES)) {
+    if (lock < 0 && errno == EAGAIN) {
         puts("another mctl heal is at work");
         return 0;
     }

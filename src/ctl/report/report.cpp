@@ -6,6 +6,7 @@
 #include "ctl/check/tree.h"
 #include "ctl/report/secrets.h"
 #include "ctl/status/status.h"
+#include "ctl/unseen.h"
 #include "firewall/list_formats.h"
 #include "firewall/switch_keys.h"
 #include "util/json_memory.h"
@@ -72,18 +73,19 @@ static void write_status(FILE *to)
     static look at;
     static router_status status;
     char fault[FAULT_MAX];
-    if (look_around(&at, fault)) {
-        judge(at, &status);
+    if (look_and_judge(&at, &status, fault))
         print_status(to, at, status, false);
-    } else {
+    else
         fprintf(to, "could not look: %s\n", fault);
-    }
     forget_look(&at);
 }
 
 static void write_findings(FILE *to)
 {
+    char why[160];
     check_settings("/", to, false);
+    if (has_unseen(why, sizeof(why)))
+        fprintf(to, "not all is told: %s\n", why);
 }
 
 static size_t count_rules(const char *listing)

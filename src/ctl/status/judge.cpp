@@ -3,6 +3,7 @@
 #include "config/json_access.h"
 #include "ctl/printable.h"
 #include "ctl/status/judges.h"
+#include "ctl/unseen.h"
 #include "util/text.h"
 #include "wan/tunnels.h"
 
@@ -129,4 +130,13 @@ void judge(const look &at, router_status *status)
     status->is_well = !status->is_cut;
     for (size_t i = 0; i < status->links; i++)
         status->is_well = status->is_well && status->link[i].reasons == 0;
+}
+
+bool look_and_judge(look *at, router_status *status, char (&fault)[FAULT_MAX])
+{
+    forget_unseen();
+    if (!look_around(at, fault))
+        return false;
+    judge(*at, status);
+    return !has_unseen(fault, sizeof(fault));
 }

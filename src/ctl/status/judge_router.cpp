@@ -1,11 +1,15 @@
 #include "config/document.h"
 #include "config/source_formats.h"
+#include "ctl/check/tree.h"
 #include "ctl/status/judges.h"
 #include "ctl/status/locks.h"
+#include "ctl/unseen.h"
 #include "firewall/tables.h"
+#include "util/json_memory.h"
 #include "util/link_state.h"
 #include "util/text.h"
 
+#include <errno.h>
 #include <string.h>
 #include <sys/stat.h>
 
@@ -52,35 +56,63 @@ static void judge_stray_jumps(const look &at, const router_status &status, link_
     }
 }
 
+static bool is_there(const char *path, struct stat *status)
+{
+    if (stat(path, status) == 0)
+        return true;
+    note_unseen(path, errno);
+    return false;
+}
+
 static bool is_newer(const char *path, const struct stat &than)
 {
     struct stat status;
-    if (stat(path, &status) != 0)
+    if (!is_there(path, &status))
         return false;
     return status.st_mtim.tv_sec != than.st_mtim.tv_sec
                ? status.st_mtim.tv_sec > than.st_mtim.tv_sec
                : status.st_mtim.tv_nsec > than.st_mtim.tv_nsec;
 }
 
-// By time first, as reading the settings tells of missing ones on standard error. But the clock of
-// a router begins in the past at each start, so times alone would lie: what the settings make
-// decides.
-static bool is_config_old(const look &at)
+constexpr const char *config_sources[] = {interfaces_format.path, peers_format.path,
+                                          dns_format.path, wimax_format.path};
+
+static bool is_what_settings_make(const look &at)
 {
-    static const char *const sources[] = {interfaces_format.path, peers_format.path,
-                                          dns_format.path, wimax_format.path, "/etc/default"};
-    struct stat config;
-    bool may_be = false;
-    if (stat(CONFIG_PATH, &config) != 0)
-        return false;
-    for (const char *path : sources)
-        may_be = may_be || is_newer(path, config);
-    if (!may_be)
-        return false;
+    watch_json_memory();
     json_t *wanted = make_config(1, nullptr);
+    if (json_memory_failed())
+        note_unseen("what the settings make", ENOMEM);
     bool is_same = json_equal(wanted, at.config) == 1;
     json_decref(wanted);
-    return !is_same;
+    return is_same;
+}
+
+static void note_unreadable_sources()
+{
+    for (const char *path : config_sources) {
+        loaded_file file = load_file("/", path);
+        if (file.state == file_state::unreadable)
+            note_unseen(path, file.error);
+        unload_file(&file);
+    }
+}
+
+// By time first, as reading the settings tells of missing ones on standard error. But the clock of
+// a router begins in the past at each start, so times alone would lie: what the settings make
+// decides. Their readers leave out what they cannot read, so a difference is looked at again.
+static bool is_config_old(const look &at)
+{
+    struct stat config;
+    if (!is_there(CONFIG_PATH, &config))
+        return false;
+    bool may_be = is_newer("/etc/default", config);
+    for (const char *path : config_sources)
+        may_be = may_be || is_newer(path, config);
+    if (!may_be || is_what_settings_make(at))
+        return false;
+    note_unreadable_sources();
+    return !is_what_settings_make(at);
 }
 
 void judge_router(const look &at, const router_status &status, link_status *router)

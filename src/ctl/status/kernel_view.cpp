@@ -1,5 +1,6 @@
 #include "ctl/status/kernel_view.h"
 
+#include "ctl/unseen.h"
 #include "util/open_file.h"
 #include "util/text.h"
 
@@ -88,8 +89,9 @@ static int look_at_routes(kernel_view *view)
     char line[256];
     while (fgets(line, sizeof(line), file) != nullptr)
         take_route(view, line);
+    int error = ferror(file) ? EIO : 0;
     fclose(file);
-    return 0;
+    return error;
 }
 
 int look_at_kernel(kernel_view *view)
@@ -138,7 +140,10 @@ bool is_bridge_port(const char *bridge, const char *port)
     char path[128];
     struct stat status;
     text_format(path, sizeof(path), "/sys/class/net/%s/brif/%s", bridge, port);
-    return lstat(path, &status) == 0;
+    if (lstat(path, &status) == 0)
+        return true;
+    note_unseen(path, errno);
+    return false;
 }
 
 void format_address(char (&out)[IPV4_TEXT_MAX], in_addr_t address_be)

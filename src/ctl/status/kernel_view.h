@@ -48,7 +48,7 @@ bool has_address(const iface_view &iface, in_addr_t address_be);
 const route_view *find_default_route(const kernel_view &kernel, const char *iface,
                                      in_addr_t gateway_be);
 
-// Whether port belongs to the bridge.
+// Whether port belongs to the bridge. What cannot be looked at is noted (ctl/unseen.h).
 bool is_bridge_port(const char *bridge, const char *port);
 
 // Write the address as a dotted quad.

@@ -1,8 +1,10 @@
 #include "ctl/status/locks.h"
 
 #include "ctl/status/processes.h"
+#include "ctl/unseen.h"
 #include "util/lock.h"
 
+#include <errno.h>
 #include <sys/stat.h>
 #include <time.h>
 
@@ -14,7 +16,10 @@ constexpr const char *holders[] = {"mcfg", "mctl", "udhcpc", "ip-up", "ip-down"}
 
 static bool is_there(const char *path, struct stat *status)
 {
-    return lstat(path, status) == 0;
+    if (lstat(path, status) == 0)
+        return true;
+    note_unseen(path, errno);
+    return false;
 }
 
 lock_view look_at_lock(const char *name)

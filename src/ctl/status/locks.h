@@ -13,4 +13,5 @@ struct lock_view {
 };
 
 // A lock that is there is looked at again for a while, as the program holds it for milliseconds.
+// One that cannot be looked at is noted (ctl/unseen.h) and counts as free.
 lock_view look_at_lock(const char *name);

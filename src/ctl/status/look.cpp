@@ -41,9 +41,11 @@ static void read_once(read_document *document, const char *path)
         break;
     case file_state::loaded:
         document->root = read_json_text(file.bytes, file.length, &error);
-        document->is_whole = !file.is_cut;
-        if (file.is_cut || document->root == nullptr)
-            document->fault = file.is_cut ? "is too long" : "is no JSON";
+        document->is_whole = !file.is_cut && !json_memory_failed();
+        if (!document->is_whole)
+            document->fault = file.is_cut ? "is too long" : "is too long for the memory";
+        else if (document->root == nullptr)
+            document->fault = "is no JSON";
         break;
     }
     unload_file(&file);

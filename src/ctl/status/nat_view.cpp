@@ -2,10 +2,12 @@
 
 #include "ctl/check/tree.h"
 #include "ctl/status/rule_facts.h"
+#include "ctl/unseen.h"
 #include "util/text.h"
 #include "util/tool_output.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -87,6 +89,7 @@ struct rule_list {
     size_t count;
     size_t capacity;
     rule_place *rule;
+    bool is_cut; // there was no memory for all
 };
 
 static rule_place *add_place(rule_list *list)
@@ -94,8 +97,10 @@ static rule_place *add_place(rule_list *list)
     if (list->count == list->capacity) {
         size_t capacity = list->capacity * 2 + 64;
         void *grown = realloc(list->rule, capacity * sizeof(rule_place));
-        if (grown == nullptr)
+        if (grown == nullptr) {
+            list->is_cut = true;
             return nullptr;
+        }
         list->rule = static_cast<rule_place *>(grown);
         list->capacity = capacity;
     }
@@ -161,20 +166,29 @@ static bool compare(const rule_list &generated, const rule_list &loaded, char *d
     return true;
 }
 
+static bool could_not_compare(const char *path, int error, char *difference, size_t cap)
+{
+    note_unseen(path, error);
+    text_format(difference, cap, "it cannot be compared: %s", strerror(error));
+    return false;
+}
+
 bool is_as_generated(const char *path, const char *listing, char *difference, size_t cap)
 {
     loaded_file file = load_file("/", path);
-    if (file.state != file_state::loaded) {
-        unload_file(&file);
+    if (file.state == file_state::unreadable)
+        return could_not_compare(path, file.error, difference, cap);
+    if (file.state != file_state::loaded)
         return true;
-    }
     char *text = strndup(file.bytes, file.length);
     unload_file(&file);
     if (text == nullptr)
-        return true;
+        return could_not_compare(path, ENOMEM, difference, cap);
     rule_list generated = learn_rules(text);
     rule_list loaded = learn_rules(listing);
-    bool is_same = compare(generated, loaded, difference, cap);
+    bool is_same = generated.is_cut || loaded.is_cut
+                       ? could_not_compare(path, ENOMEM, difference, cap)
+                       : compare(generated, loaded, difference, cap);
     free(generated.rule);
     free(loaded.rule);
     free(text);

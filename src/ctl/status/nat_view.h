@@ -37,5 +37,6 @@ size_t count_jumps(const nat_view &nat, const char *iface, in_addr_t address_be)
 // generated as: chain by chain the rules in order, by their target, addresses and ports. The jumps
 // into the port forwards and what the UPnP daemon has put into its chain stand in no file and are
 // left out. Returns false and writes what differs first into difference, of cap characters; true
-// without a file, as nothing was generated then.
+// without a file, as nothing was generated then. When the two cannot be compared, for want of
+// memory or as the file cannot be read, difference tells why, and it is noted (ctl/unseen.h).
 bool is_as_generated(const char *path, const char *listing, char *difference, size_t cap);

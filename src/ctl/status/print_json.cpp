@@ -1,6 +1,7 @@
 #include "config/json_access.h"
 #include "ctl/fill_in.h"
 #include "ctl/status/status.h"
+#include "util/json_memory.h"
 
 #include <stdlib.h>
 
@@ -68,8 +69,9 @@ static json_t *make_link(const look &at, const link_status &link)
     return object;
 }
 
-void print_status_json(FILE *out, const look &at, const router_status &status)
+bool print_status_json(FILE *out, const look &at, const router_status &status)
 {
+    watch_json_memory();
     json_t *root = json_object();
     json_object_set_new(root, "well", json_boolean(status.is_well));
     json_object_set_new(root, "complete", json_boolean(!status.is_cut));
@@ -79,7 +81,10 @@ void print_status_json(FILE *out, const look &at, const router_status &status)
     json_object_set_new(root, "links", links);
     json_object_set_new(root, "reasons", make_reasons(status.link[status.links - 1]));
     char *text = json_dumps(root, DOCUMENT_FLAGS);
-    fprintf(out, "%s\n", text != nullptr ? text : "");
+    bool is_whole = text != nullptr && !json_memory_failed();
+    if (is_whole)
+        fprintf(out, "%s\n", text);
     free(text);
     json_decref(root);
+    return is_whole;
 }

@@ -1,5 +1,6 @@
 #include "ctl/status/processes.h"
 
+#include "ctl/unseen.h"
 #include "util/text.h"
 
 #include <dirent.h>
@@ -18,12 +19,18 @@ constexpr int WORDS_LOOKED_AT = 3;
 static size_t read_start(const char *path, char *text, size_t cap)
 {
     int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0)
+    if (fd < 0) {
+        note_unseen(path, errno);
         return 0;
+    }
     size_t used = 0;
-    ssize_t got;
-    while (used < cap - 1 && (got = read(fd, text + used, cap - 1 - used)) > 0)
-        used += static_cast<size_t>(got);
+    ssize_t got = 1;
+    while (used < cap - 1 && got > 0) {
+        got = read(fd, text + used, cap - 1 - used);
+        used += got > 0 ? static_cast<size_t>(got) : 0;
+    }
+    if (got < 0)
+        note_unseen(path, errno);
     close(fd);
     text[used] = '\0';
     return used;
@@ -124,8 +131,11 @@ pid_file read_pid_file(const char *path)
     pid_file file = {};
     char text[64];
     struct stat status;
-    if (stat(path, &status) != 0 || !S_ISREG(status.st_mode) ||
-        read_start(path, text, sizeof(text)) == 0)
+    if (stat(path, &status) != 0) {
+        note_unseen(path, errno);
+        return file;
+    }
+    if (!S_ISREG(status.st_mode) || read_start(path, text, sizeof(text)) == 0)
         return file;
     file.number = to_number(text);
     const char *line_end = strchr(text, '\n');
@@ -146,8 +156,10 @@ int find_process_by_words(const char *name, const char *first, const char *secon
 {
     const char *const names[] = {name};
     DIR *directory = opendir("/proc");
-    if (directory == nullptr)
+    if (directory == nullptr) {
+        note_unseen("/proc", errno);
         return 0;
+    }
     int found = 0;
     for (dirent *entry = readdir(directory); entry != nullptr && found == 0;
          entry = readdir(directory)) {

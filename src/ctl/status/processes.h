@@ -1,5 +1,6 @@
 // Processes by their pid files and by what /proc tells of them. A number alone proves nothing: the
-// one that wrote the file may be gone and its number another's by now.
+// one that wrote the file may be gone and its number another's by now. What cannot be read, though
+// it may be there, is noted (ctl/unseen.h).
 #pragma once
 
 #include <net/if.h>

@@ -1,21 +1,19 @@
 #include "ctl/status/status.h"
 
+#include "ctl/output.h"
+
 #include <string.h>
 #include <unistd.h>
 
-static int show(const look &at, bool is_json)
+static int show(const look &at, const router_status &status, bool is_json)
 {
-    static router_status status;
-    judge(at, &status);
-    if (is_json)
-        print_status_json(stdout, at, status);
-    else
+    if (!is_json) {
         print_status(stdout, at, status, isatty(STDOUT_FILENO) == 1);
-    if (fflush(stdout) != 0 || ferror(stdout)) {
-        perror("mctl: standard output");
+    } else if (!print_status_json(stdout, at, status)) {
+        fputs("mctl: not enough memory to tell the status\n", stderr);
         return 2;
     }
-    return status.is_well ? 0 : 1;
+    return status_of_output(status.is_well ? 0 : 1);
 }
 
 int status_main(int count, char **words)
@@ -26,11 +24,12 @@ int status_main(int count, char **words)
         return 2;
     }
     static look at;
+    static router_status status;
     char fault[FAULT_MAX];
-    bool could_look = look_around(&at, fault);
+    bool could_look = look_and_judge(&at, &status, fault);
     if (!could_look)
         fprintf(stderr, "mctl: %s\n", fault);
-    int result = could_look ? show(at, is_json) : 2;
+    int result = could_look ? show(at, status, is_json) : 2;
     forget_look(&at);
     return result;
 }

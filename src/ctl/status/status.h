@@ -6,15 +6,17 @@
 #include <stdio.h>
 
 // words are those behind "status". Returns the exit status: 0 all is well, 1 something has a
-// reason, 2 it could not look, which is told on standard error.
+// reason, 2 it could not look at all that there may be, which is told on standard error: nothing
+// is written then.
 int status_main(int count, char **words);
 
 // Write the status to out, for people: a line for each link, then the reasons with their cures.
 // With colours where is_coloured.
 void print_status(FILE *out, const look &at, const router_status &status, bool is_coloured);
 
-// The same as one JSON object, by docs/mctl-status.schema.json.
-void print_status_json(FILE *out, const look &at, const router_status &status);
+// The same as one JSON object, by docs/mctl-status.schema.json. Returns false, and writes nothing,
+// when memory does not suffice for all of it.
+bool print_status_json(FILE *out, const look &at, const router_status &status);
 
 // The columns of both.
 constexpr size_t CELL_MAX = 64;
