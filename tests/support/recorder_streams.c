@@ -6,11 +6,13 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <sched.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 // A call that is passed on as it is unless it is to fail.
@@ -63,6 +65,15 @@ int close(int descriptor)
     real(descriptor);
     errno = error;
     return -1;
+}
+
+// A pause of milliseconds. In the thousands of runs of a sweep, it takes no time.
+int nanosleep(const struct timespec *pause, struct timespec *left)
+{
+    static int (*real)(const struct timespec *, struct timespec *);
+    if (real == NULL)
+        find_real("nanosleep", &real);
+    return is_plan_followed() ? sched_yield() : real(pause, left);
 }
 
 // ---- streams

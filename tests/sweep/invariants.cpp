@@ -39,7 +39,7 @@ std::set<std::string> commands_of(const std::string &trace)
 
 // ---- the end itself
 
-static std::string check_end(const usual_end &, const disturbed_end &end)
+std::string check_end(const usual_end &, const disturbed_end &end)
 {
     if (end.result.signal != 0 && !end.is_killed)
         return "ended by signal " + std::to_string(end.result.signal) + "\n";
@@ -48,7 +48,7 @@ static std::string check_end(const usual_end &, const disturbed_end &end)
     return "";
 }
 
-static std::string check_inherited(const usual_end &, const disturbed_end &end)
+std::string check_inherited(const usual_end &, const disturbed_end &end)
 {
     for (const std::string &line : lines_of(end.result.trace))
         if (begins_with(line, "inherited "))
@@ -97,7 +97,7 @@ static std::string check_locks(const usual_end &usual, const disturbed_end &end)
 
 // ---- documents
 
-static bool is_json(const std::string &text)
+bool is_json(const std::string &text)
 {
     json_t *root = json_loadb(text.data(), text.size(), 0, nullptr);
     bool is_whole = root != nullptr;
@@ -128,7 +128,7 @@ static bool is_cut(const std::string &text, const std::string &whole)
 
 // The store's links are whole, and of those that were there or have come; the one that no run has
 // to do with is always there.
-static std::string check_store(const usual_end &usual, const disturbed_end &end)
+std::string check_store(const usual_end &usual, const disturbed_end &end)
 {
     static const char path[] = "/var/run/state_link";
     const std::string &now = content_of(end.after, path);

@@ -1,6 +1,7 @@
 #include "sweep/invocations.h"
 
 #include "support/lease.h"
+#include "sweep/watched_router.h"
 
 namespace sweep
 {
@@ -106,6 +107,16 @@ static const std::vector<invocation> table = {
     {"mmac-get-sn", program::mmac, {"mmac", "get", "sn"}, {}, nullptr},
     {"mmac-set-wan", program::mmac, {"mmac", "set", "wan", "00:11:22:33:44:55"}, {}, nullptr},
     {"mmac-set-sn", program::mmac, {"mmac", "set", "sn", "EX-2"}, {}, nullptr},
+    {"mctl-check", program::mctl, {"mctl", "check"}, {}, nullptr},
+    {"mctl-check-errors", program::mctl, {"mctl", "check"}, {}, spoil_settings, 1},
+    {"mctl-check-json", program::mctl, {"mctl", "check", "--json"}, {}, spoil_settings, 1},
+    {"mctl-status", program::mctl, {"mctl", "status"}, {}, renew_settings},
+    {"mctl-status-odd", program::mctl, {"mctl", "status"}, {}, lose_client, 1},
+    {"mctl-status-json", program::mctl, {"mctl", "status", "--json"}, {}, lose_client, 1},
+    {"mctl-heal-dry-run", program::mctl, {"mctl", "heal", "--dry-run"}, {}, lose_client, 1},
+    {"mctl-heal", program::mctl, {"mctl", "heal"}, {}, leave_lock_and_record},
+    {"mctl-report", program::mctl, {"mctl", "report"}, {}, add_secrets},
+    {"mctl-firewall", program::mctl, {"mctl", "firewall", "br0", "vlan2", "none"}, {}, nullptr},
 };
 
 // Nothing is left of a run in the kernel: commands and changes of interfaces are noted only.
@@ -133,8 +144,13 @@ static void play_board(router_box &box)
     box.in_network({"ip", "address", "add", "192.168.1.1/24", "dev", "br0"});
 }
 
-void furnish(router_box &box)
+void furnish(router_box &box, program which)
 {
+    if (which == program::mctl) {
+        furnish_watched(box);
+        box.clear_trace();
+        return;
+    }
     play_board(box);
     box.copy_in(MCFG_SOURCE_DIR "/examples/router/etc", "/etc");
     box.write("/etc/nvram/1", WIRELESS + box.read("/etc/nvram/1"), 0600);

@@ -9,7 +9,7 @@
 namespace sweep
 {
 
-enum class program { mcfg, mmac };
+enum class program { mcfg, mmac, mctl };
 
 struct invocation {
     std::string name;
@@ -17,12 +17,13 @@ struct invocation {
     std::vector<std::string> words;
     support::environment env;
     void (*prepare)(support::router_box &box); // what it needs besides, or null
+    int status = 0; // of mctl, how it ends when nothing fails: what else that tells is no news
 };
 
 const std::vector<invocation> &invocations();
 
-// A router with all settings given, where the kernel and the board agree to everything. Makes what
-// all invocations start from.
-void furnish(support::router_box &box);
+// A router with all settings given, where the kernel and the board agree to everything; for mctl,
+// one in order (watched_router.h). Makes what all invocations of the program start from.
+void furnish(support::router_box &box, program which);
 
 } // namespace sweep

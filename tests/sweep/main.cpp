@@ -61,10 +61,12 @@ void show(const counts &sum, const share &which)
 class worlds
 {
   public:
-    explicit worlds(const std::string &program) : usual(program)
+    explicit worlds(program which) : usual(which)
     {
+        if (which == program::mctl) // it keeps nothing
+            return;
         for (const char *directory : {"/tmp", "/var/run", "/etc"})
-            full.emplace(directory, std::make_unique<sweep_box>(program, directory));
+            full.emplace(directory, std::make_unique<sweep_box>(which, directory));
     }
     void sweep(const invocation &what, const share &which, counts &sum)
     {
@@ -84,9 +86,8 @@ class worlds
 counts sweep_all(const arguments &given)
 {
     counts sum;
-    const char *const programs[] = {MCFG_PROGRAM, MMAC_PROGRAM};
-    for (program which : {program::mcfg, program::mmac}) {
-        worlds all(programs[int(which)]);
+    for (program which : {program::mcfg, program::mmac, program::mctl}) {
+        worlds all(which);
         for (const invocation &what : invocations())
             if (what.which == which && is_asked_for(given, what.name))
                 all.sweep(what, given.which, sum);

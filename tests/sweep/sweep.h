@@ -35,7 +35,7 @@ class sweep_box : public support::router_box
 {
   public:
     // With a directory, that is a small disk of its own, to be filled.
-    explicit sweep_box(const std::string &program, const std::string &full = "");
+    explicit sweep_box(program which, const std::string &full = "");
     files now() const { return read_files(root()); }
     void put_back(const files &before) const { sweep::put_back(root(), before, now()); }
     std::string root() const;
