@@ -43,35 +43,45 @@ static void repeat_value(char (&list)[BSS_LIST_MAX], int value, int count)
     }
 }
 
+static void write_text(FILE *file, const char *key, const char *value)
+{
+    fprintf(file, "%s=%s\n", key, value);
+}
+
+static void write_number(FILE *file, const char *key, int value)
+{
+    fprintf(file, "%s=%d\n", key, value);
+}
+
 static void write_line(FILE *file, const char *key, profile_form how, int bss_count)
 {
     char list[BSS_LIST_MAX];
     switch (how) {
     case profile_form::number:
-        fprintf(file, "%s=%d\n", key, number_of(key));
+        write_number(file, key, number_of(key));
         return;
     case profile_form::text_if_set:
         if (text_of(key)[0] == '\0')
             return;
         [[fallthrough]];
     case profile_form::text:
-        fprintf(file, "%s=%s\n", key, text_of(key));
+        write_text(file, key, text_of(key));
         return;
     case profile_form::per_bss:
         repeat_value(list, number_of(key), bss_count);
-        fprintf(file, "%s=%s\n", key, list);
+        write_text(file, key, list);
         return;
     case profile_form::wsc_status:
-        fprintf(file, "%s=%d\n", key, number_of(WSC_CONFIGURED_KEY) != 0 ? 2 : 1);
+        write_number(file, key, number_of(WSC_CONFIGURED_KEY) != 0 ? 2 : 1);
         return;
     case profile_form::radio_on:
-        fprintf(file, "%s=%d\n", key, number_of(RADIO_OFF_KEY) == 1 ? 0 : 1);
+        write_number(file, key, number_of(RADIO_OFF_KEY) == 1 ? 0 : 1);
         return;
     case profile_form::empty:
-        fprintf(file, "%s=\n", key);
+        write_text(file, key, "");
         return;
     case profile_form::zero:
-        fprintf(file, "%s=0\n", key);
+        write_number(file, key, 0);
         return;
     }
 }
@@ -124,10 +134,12 @@ int gen_config(const char *, int mode)
     if (mode != NVRAM_WIRELESS)
         return 0;
 
-    // Without its settings the driver would make an open network: better those of before.
+    // Without its settings the driver would make an open network: better those of before, or none.
     if (is_readable)
         write_profile();
     nvram_close(mode);
+    if (!is_readable && access(PROFILE, F_OK) != 0)
+        return 0;
     shell("modprobe rt2860v2_ap");
     sleep(1);
     ifconfig("ra0", IFACE_UP, nullptr, nullptr);

@@ -8,7 +8,8 @@
 // unloaded, no profile is written and the section stays open.
 // Values are neither checked nor escaped: the web interface has done that. A profile that cannot be
 // created or written whole is reported on standard error with its path; the one before then stays,
-// as it does when the section cannot be read, and the driver is loaded all the same. No command's
+// as it does when the section cannot be read, and the driver is loaded all the same. Only where
+// there is neither a section that can be read nor a profile does it stay unloaded. No command's
 // result is looked at. Returns 0.
 // Logs "mode = %d" and "RT2860_NVRAM = 0", each with a line end (tag gen_config).
 int gen_config(const char *, int mode);

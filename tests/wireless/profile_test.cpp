@@ -239,6 +239,21 @@ TEST_F(profile, of_a_section_that_cannot_be_read_is_the_one_before)
     EXPECT_TRACE(DRIVER_RELOADED, world.trace());
 }
 
+// Nor with what the driver does of itself.
+TEST_F(profile, of_a_section_that_cannot_be_read_keeps_the_driver_out_where_there_is_none)
+{
+    world.mkdir("/etc/nvram/1");
+    EXPECT_EQ(said_by_gen_config(), "/etc/nvram/1: Is a directory\n");
+    EXPECT_FALSE(world.exists(PROFILE));
+    EXPECT_TRACE(R"(
+        shell rmmod rt2860v2_ap
+        log gen_config: mode = 1\n
+        log gen_config: RT2860_NVRAM = 0\n
+        shell mkdir -p /etc/Wireless/RT2860
+    )",
+                 world.trace());
+}
+
 TEST_F(profile, goes_on_when_everything_fails)
 {
     world.on("fail ENODEV ioctl ra0");
