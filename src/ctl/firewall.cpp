@@ -95,10 +95,12 @@ static timespec next_file_time()
     return stat(FILTER_RULES, &status) == 0 ? status.st_mtim : timespec{};
 }
 
+// One that cannot be looked at is not: who waits for it would be waited for.
 static bool is_next_file_written(timespec before)
 {
     timespec now = next_file_time();
-    return now.tv_sec != before.tv_sec || now.tv_nsec != before.tv_nsec;
+    bool is_seen = now.tv_sec != 0 || now.tv_nsec != 0;
+    return is_seen && (now.tv_sec != before.tv_sec || now.tv_nsec != before.tv_nsec);
 }
 
 [[noreturn]] static void watch(timespec before)

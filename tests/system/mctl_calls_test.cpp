@@ -105,6 +105,20 @@ TEST_F(mctl_calls, status_opens_nothing_for_writing_and_runs_the_listing_only)
     }
 }
 
+// The process that looks for the next rule file, to put the jumps right then, would be waited for.
+TEST_F(mctl_calls, a_rebuild_ends_when_its_next_file_cannot_be_looked_at)
+{
+    box.tool("/sbin/firewall_update");
+    box.on("print 'firewall done\\n' firewall_update");
+    box.write("/tmp/filter_rules", "COMMIT\n");
+    box.set_time_limit(20000);
+    support::outcome seen = box.run({"strace", "-o", CALLS, "-P", "/tmp/filter_rules", "-e",
+                                     "inject=%%stat:error=EIO:when=2", "--", "/sbin/mctl",
+                                     "firewall", "br0", "vlan2", "none"});
+    EXPECT_NE(box.read(CALLS).find("(INJECTED)"), std::string::npos) << box.read(CALLS);
+    EXPECT_NE(seen.out.find("filter: loaded\n"), std::string::npos) << seen.out;
+}
+
 // That it would be seen.
 TEST_F(mctl_calls, heal_is_seen_to_open_its_lock_and_to_remove_another)
 {
