@@ -30,8 +30,10 @@ static const char *real_name(const char *name)
         {"clock_gettime", "__clock_gettime64"},
         {"fcntl", "__fcntl_time64"},
         {"fstat", "__fstat64_time64"},
+        {"ftruncate", "ftruncate64"},
         {"gettimeofday", "__gettimeofday64"},
         {"ioctl", "__ioctl_time64"},
+        {"readdir", "readdir64"},
         {"time", "__time64"},
     };
     for (size_t i = 0; i < sizeof names / sizeof *names; i++)
@@ -248,6 +250,8 @@ int socket(int domain, int type, int protocol)
 
 int getifaddrs(struct ifaddrs **list)
 {
+    if (call_fails(CALL_getifaddrs))
+        return -1;
     RECORDERS_WORK;
     static int (*real)(struct ifaddrs **);
     if (real == NULL)
@@ -270,11 +274,12 @@ int isatty(int descriptor)
     return is_played ? result == 0 : real(descriptor);
 }
 
-// Of all requests, only those that take or release a record lock can be refused.
+// Of all requests, only those for a record lock and for another descriptor can be refused.
 int fcntl(int descriptor, int request, ...)
 {
     bool is_lock = request == F_SETLK || request == F_SETLKW || request == F_GETLK;
-    if (is_lock && call_fails(CALL_fcntl))
+    bool is_dup = request == F_DUPFD || request == F_DUPFD_CLOEXEC;
+    if ((is_lock && call_fails(CALL_fcntl_lock)) || (is_dup && call_fails(CALL_fcntl_dup)))
         return -1;
     RECORDERS_WORK;
     static int (*real)(int, int, ...);

@@ -21,32 +21,32 @@ static struct {
 static struct call_log *calls;
 static int recorder_depth;
 static enum failing_who process = PROGRAM_ITSELF;
-static int scarce = -1; // the reason for which calls fail from now on
+static uint64_t scarce; // the calls that fail from now on, a bit for each kind
 
-// What runs out, by the calls that need it.
-enum reason { NOTHING, MEMORY, DESCRIPTORS, ROOM, PROCESSES };
+#define BIT(call) (1ULL << CALL_##call)
+_Static_assert(COUNTED_CALL_KINDS <= 64, "a bit for each kind of call");
 
-static enum reason reason_of(enum counted_call call)
+// What runs out or is gone: the error, and the calls that then give it.
+static const struct {
+    int error;
+    uint64_t calls;
+} reasons[] = {
+    {ENOMEM, BIT(malloc) | BIT(calloc) | BIT(realloc) | BIT(fdopen)},
+    {EMFILE, BIT(open) | BIT(fopen) | BIT(opendir) | BIT(socket) | BIT(getifaddrs) | BIT(pipe2) |
+                 BIT(fcntl_dup)},
+    {ENOSPC, BIT(write) | BIT(mkdir) | BIT(symlink) | BIT(mknod) | BIT(rename)},
+    {EAGAIN, BIT(fork) | BIT(system)},
+    {EIO, BIT(read) | BIT(readdir)},
+    {EIO, BIT(write) | BIT(fsync)},
+    {ENODEV, BIT(ioctl)},
+};
+
+static uint64_t calls_that_fail_with(enum counted_call call)
 {
-    switch ((int)call) {
-    case CALL_malloc:
-    case CALL_calloc:
-    case CALL_realloc:
-        return MEMORY;
-    case CALL_open:
-    case CALL_socket:
-        return DESCRIPTORS;
-    case CALL_write:
-    case CALL_mkdir:
-    case CALL_symlink:
-    case CALL_mknod:
-    case CALL_rename:
-        return ROOM;
-    case CALL_fork:
-    case CALL_system:
-        return PROCESSES;
-    }
-    return NOTHING;
+    for (size_t i = 0; i < sizeof reasons / sizeof *reasons; i++)
+        if (reasons[i].error == plan.error && (reasons[i].calls >> call & 1) != 0)
+            return reasons[i].calls;
+    return 1ULL << call;
 }
 
 static void broken_plan(const char *text)
@@ -90,12 +90,12 @@ bool is_log_real(void)
 
 static bool is_chosen(enum counted_call call, uint32_t number)
 {
-    if (scarce >= 0)
-        return (int)reason_of(call) == scarce;
+    if (scarce != 0)
+        return (scarce >> call & 1) != 0;
     if (number != plan.number)
         return false;
     if (plan.how == FAILS_FROM_HERE || plan.how == FAILS_HALF_WAY)
-        scarce = (int)reason_of(call);
+        scarce = calls_that_fail_with(call);
     return true;
 }
 
@@ -109,7 +109,7 @@ bool call_fails(enum counted_call call)
     uint32_t number = ++calls->count;
     if (number <= COUNTED_CALLS_MAX)
         calls->calls[number - 1] = (uint8_t)call;
-    is_half_way = scarce < 0 && (plan.how == FAILS_HALF_WAY || plan.how == STOPS_HALF_WAY);
+    is_half_way = scarce == 0 && (plan.how == FAILS_HALF_WAY || plan.how == STOPS_HALF_WAY);
     if (!is_chosen(call, number))
         return false;
     calls->hits++;

@@ -21,12 +21,13 @@ extern "C" {
 // clang-format off
 #define COUNTED_CALLS(X) \
     X(malloc) X(calloc) X(realloc) \
-    X(open) X(fdopen) X(read) X(write) X(close) X(fsync) X(rename) X(unlink) X(fchmod) \
-    X(stat) X(lstat) X(fstat) X(access) X(flock) X(fcntl) X(dup2) \
-    X(mkdir) X(rmdir) X(symlink) X(mknod) \
-    X(socket) X(ioctl) \
+    X(open) X(fopen) X(fdopen) X(read) X(write) X(close) X(fsync) X(rename) X(unlink) X(fchmod) \
+    X(ftruncate) X(stat) X(lstat) X(fstat) X(access) X(readlink) X(flock) X(fcntl_lock) \
+    X(fcntl_dup) X(dup2) X(pipe2) \
+    X(opendir) X(readdir) X(mkdir) X(rmdir) X(symlink) X(mknod) \
+    X(socket) X(ioctl) X(getifaddrs) \
     X(fork) X(waitpid) X(system) X(execvp) X(setsid) X(kill) \
-    X(gettimeofday) X(settimeofday)
+    X(gettimeofday) X(settimeofday) X(nanosleep)
 // clang-format on
 
 enum counted_call {
@@ -39,10 +40,11 @@ enum counted_call {
 // How the chosen call fails.
 enum failing_how {
     FAILS_ONCE,
-    FAILS_FROM_HERE, // and all later ones for the same reason: no memory, descriptors, room,
-                     // processes
+    FAILS_FROM_HERE, // and all later ones with that error that give it for the same reason: no
+                     // memory, descriptors, room, processes, a medium or device that is gone
     FAILS_HALF_WAY,  // a write stores half of its bytes first, and all later ones fail
-    STOPS_HALF_WAY,  // a write stores half of its bytes and says so, as a signal has it do
+    STOPS_HALF_WAY,  // a write stores half of its bytes and says so, as a signal has it do; a read
+                     // gives a few of those that are there, as a pipe does
     GETS_SIGNAL,     // a signal arrives before it, and it goes on
     LOGS_REALLY,     // no call fails; the log goes to the C library, not to the trace
 };

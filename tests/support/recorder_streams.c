@@ -4,13 +4,16 @@
 #include "support/recorder_calls.h"
 #include "support/recorder_failing.h"
 
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
@@ -28,11 +31,16 @@
 PASSED_ON(void *, malloc, NULL, (size_t size), (size))
 PASSED_ON(void *, calloc, NULL, (size_t count, size_t size), (count, size))
 PASSED_ON(void *, realloc, NULL, (void *memory, size_t size), (memory, size))
-PASSED_ON(ssize_t, read, -1, (int descriptor, void *bytes, size_t size), (descriptor, bytes, size))
 PASSED_ON(int, fsync, -1, (int descriptor), (descriptor))
 PASSED_ON(int, rename, -1, (const char *from, const char *to), (from, to))
 PASSED_ON(int, unlink, -1, (const char *path), (path))
 PASSED_ON(int, fchmod, -1, (int descriptor, mode_t mode), (descriptor, mode))
+PASSED_ON(int, ftruncate, -1, (int descriptor, off_t size), (descriptor, size))
+PASSED_ON(ssize_t, readlink, -1, (const char *restrict path, char *restrict bytes, size_t size),
+          (path, bytes, size))
+PASSED_ON(int, pipe2, -1, (int ends[2], int flags), (ends, flags))
+PASSED_ON(DIR *, opendir, NULL, (const char *path), (path))
+PASSED_ON(struct dirent *, readdir, NULL, (DIR * directory), (directory))
 PASSED_ON(int, fstat, -1, (int descriptor, struct stat *status), (descriptor, status))
 PASSED_ON(int, flock, -1, (int descriptor, int how), (descriptor, how))
 PASSED_ON(int, dup2, -1, (int from, int to), (from, to))
@@ -42,6 +50,17 @@ PASSED_ON(int, symlink, -1, (const char *to, const char *path), (to, path))
 PASSED_ON(pid_t, waitpid, -1, (pid_t child, int *status, int how), (child, status, how))
 PASSED_ON(int, execvp, -1, (const char *path, char *const words[]), (path, words))
 PASSED_ON(pid_t, setsid, -1, (void), ())
+
+ssize_t read(int descriptor, void *bytes, size_t size)
+{
+    static const size_t few = 3;
+    static ssize_t (*real)(int, void *, size_t);
+    if (real == NULL)
+        find_real("read", &real);
+    if (!call_fails(CALL_read))
+        return real(descriptor, bytes, size);
+    return fails_half_way() ? real(descriptor, bytes, size < few ? size : few) : -1;
+}
 
 ssize_t write(int descriptor, const void *bytes, size_t size)
 {
@@ -53,13 +72,15 @@ ssize_t write(int descriptor, const void *bytes, size_t size)
     return fails_half_way() && size > 1 ? real(descriptor, bytes, size / 2) : -1;
 }
 
-// The descriptor is closed in any case, as the kernel does it.
+// The descriptor is closed in any case, as the kernel does it. One that is not open is no call of
+// interest: a child closes all there may be.
 int close(int descriptor)
 {
     static int (*real)(int);
     if (real == NULL)
         find_real("close", &real);
-    if (!call_fails(CALL_close))
+    bool is_open = is_plan_followed() && syscall(SYS_fcntl, descriptor, F_GETFD) >= 0;
+    if (!is_open || !call_fails(CALL_close))
         return real(descriptor);
     int error = errno;
     real(descriptor);
@@ -73,6 +94,8 @@ int nanosleep(const struct timespec *pause, struct timespec *left)
     static int (*real)(const struct timespec *, struct timespec *);
     if (real == NULL)
         find_real("nanosleep", &real);
+    if (call_fails(CALL_nanosleep))
+        return -1;
     return is_plan_followed() ? sched_yield() : real(pause, left);
 }
 
@@ -129,6 +152,20 @@ FILE *fdopen(int descriptor, const char *mode)
     if (!is_plan_followed() || descriptor >= 1024)
         return real(descriptor, mode);
     return call_fails(CALL_fdopen) ? NULL : make_stream(descriptor, mode);
+}
+
+// Of a sweep, only for reading, and its calls are one.
+FILE *fopen(const char *restrict path, const char *restrict mode)
+{
+    static FILE *(*real)(const char *restrict, const char *restrict);
+    if (real == NULL)
+        find_real("fopen", &real);
+    if (!is_plan_followed() || mode[0] != 'r')
+        return real(path, mode);
+    if (call_fails(CALL_fopen))
+        return NULL;
+    int descriptor = openat(AT_FDCWD, path, O_RDONLY | (strchr(mode, 'e') ? O_CLOEXEC : 0));
+    return descriptor >= 0 ? make_stream(descriptor, "r") : NULL;
 }
 
 int fileno(FILE *stream)

@@ -158,7 +158,7 @@ void furnish(router_box &box, program which)
     box.write("/etc/default/wimax", "WIMAX_ENABLE=1\nWIMAX_SSID=Example\n");
     box.write("/etc/Wireless/RT2860/RT2860.dat", "Default\nSSID1=Before\n");
     box.write("/etc_ro/wlan/RT3050_AP_1T1R_V1_0.bin", std::string(512, 'e'));
-    box.write("/var/run/state_link", STORE);
+    box.write("/var/run/state_link", std::string(1000, ' ') + STORE); // longer than what comes
     box.write("/var/run/udhcpc.vlan2.pid", "4711\n");
     box.write("/var/run/ppp-pppoe-wan1.pid", "4712\n");
     box.mkdir("/tmp/ppp");

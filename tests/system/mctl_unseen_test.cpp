@@ -74,7 +74,7 @@ const failing_row rows[] = {
     {"no memory for JSON", "status --json", CALL_malloc, 450, ENOMEM, 2,
      "mctl: not enough memory to tell the status\n"},
 
-    {"its lock is another's", "heal", CALL_fcntl, 1, EACCES, 0, ""},
+    {"its lock is another's", "heal", CALL_fcntl_lock, 1, EACCES, 0, ""},
     {"its lock cannot be opened", "heal", CALL_open, 2, EACCES, 2,
      "/var/run/mctl-heal.lock: Permission denied\n"},
     {"a lock that it looks at again", "heal --dry-run", CALL_lstat, LAST, EIO, 2,
