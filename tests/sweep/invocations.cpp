@@ -19,6 +19,22 @@ static const environment link_up = {
     {"DNS1", "203.0.113.53"},
     {"DNS2", "203.0.113.54"},
 };
+
+static const environment modem_up = {
+    {"IFNAME", "ppp1"},
+    {"LINKNAME", "3g-modem"},
+    {"IPLOCAL", "203.0.113.77"},
+    {"IPREMOTE", "203.0.113.1"},
+    {"DNS1", "203.0.113.53"},
+};
+
+static const environment wimax_lease = {
+    {"interface", "wimax0"},
+    {"ip", "198.51.100.20"},
+    {"subnet", "255.255.255.0"},
+    {"router", "198.51.100.1"},
+    {"dns", "198.51.100.53"},
+};
 // clang-format on
 
 static const environment link_down = {{"IFNAME", "ppp0"}, {"LINKNAME", "pppoe-old"}};
@@ -58,6 +74,22 @@ static void use_static_l2tp(router_box &box)
     box.run({"mcfg", "set_config"});
 }
 
+static void use_static_pptp(router_box &box)
+{
+    box.copy_in(MCFG_SOURCE_DIR "/lab/settings/static-wan/etc", "/etc");
+    box.write("/etc/default/ppp-peers", "club pptp 1 home secret 203.0.113.10 4\n");
+    box.run({"mcfg", "set_config"});
+}
+
+// The wireless profile and the tunnels are another invocation's.
+static void use_lan_by_dhcp(router_box &box)
+{
+    box.write("/etc/default/network-interfaces", "br0 lan 1 dhcp - - - - - - -\n");
+    for (const char *path : {"/etc/nvram/1", "/etc/default/ppp-peers"})
+        box.write(path, "");
+    box.run({"mcfg", "set_config"});
+}
+
 static void plug_modem(router_box &box)
 {
     for (const char *place : {"/sys/class/usb1/device/", "/sys/devices/usb1/"}) {
@@ -80,15 +112,19 @@ static const std::vector<invocation> table = {
     {"set_device_params", program::mcfg, {"mcfg", "set_device_params"}, {}, nullptr},
     {"set_config", program::mcfg, {"mcfg", "set_config"}, {}, nullptr},
     {"netbase_start", program::mcfg, {"mcfg", "netbase_start"}, {}, nullptr},
+    {"netbase_start-lan-dhcp", program::mcfg, {"mcfg", "netbase_start"}, {}, use_lan_by_dhcp},
     {"netbase_stop", program::mcfg, {"mcfg", "netbase_stop"}, {}, nullptr},
     {"start_wan-dhcp", program::mcfg, {"mcfg", "start_wan"}, {}, nullptr},
     {"start_wan-pppoe", program::mcfg, {"mcfg", "start_wan"}, {}, use_pppoe},
     {"start_wan-static-l2tp", program::mcfg, {"mcfg", "start_wan", "1", "1"}, {}, use_static_l2tp},
+    {"start_wan-static-pptp", program::mcfg, {"mcfg", "start_wan", "1", "1"}, {}, use_static_pptp},
+    {"start_wan-wimax", program::mcfg, {"mcfg", "start_wan", "3", "1"}, {}, nullptr},
     {"stop_wan-dhcp", program::mcfg, {"mcfg", "stop_wan"}, {}, nullptr},
     {"stop_wan-pppoe", program::mcfg, {"mcfg", "stop_wan"}, {}, use_pppoe},
     {"stop_wan-l2tp", program::mcfg, {"mcfg", "stop_wan", "1", "0"}, {}, use_static_l2tp},
     {"check_update", program::mcfg, {"mcfg", "check_update"}, {}, nullptr},
     {"firewall_update", program::mcfg, {"firewall_update", "br0", "vlan2", "none"}, {}, nullptr},
+    {"firewall_update-logging", program::mcfg, {"firewall_update", "br0", "vlan2", "both"}, {}, nullptr},
     {"update_time", program::mcfg, {"update_time"}, {}, nullptr},
     {"save_link_state", program::mcfg, {"save_link_state"}, {}, nullptr},
     {"hotplug-net", program::mcfg, {"hotplug", "net"}, {}, nullptr},
@@ -97,15 +133,21 @@ static const std::vector<invocation> table = {
     {"hotplug-block-add", program::mcfg, {"hotplug", "block"}, disk_added, nullptr},
     {"hotplug-block-remove", program::mcfg, {"hotplug", "block"}, disk_removed, plug_disk},
     {"udhcpc-bound", program::mcfg, {"/tmp/udhcpc", "bound"}, vlan2_lease, nullptr},
+    {"udhcpc-bound-wimax", program::mcfg, {"/tmp/udhcpc", "bound"}, wimax_lease, nullptr},
     {"udhcpc-deconfig", program::mcfg, {"/tmp/udhcpc", "deconfig"}, vlan2_lease, nullptr},
     {"udhcpc-renew", program::mcfg, {"/tmp/udhcpc", "renew"}, vlan2_lease, nullptr},
     {"udhcpc-leasefail", program::mcfg, {"/tmp/udhcpc", "leasefail"}, vlan2_lease, nullptr},
     {"ip-up", program::mcfg, {"/tmp/ppp/ip-up"}, link_up, use_pppoe},
+    {"ip-up-3g", program::mcfg, {"/tmp/ppp/ip-up"}, modem_up, nullptr},
     {"ip-down", program::mcfg, {"/tmp/ppp/ip-down"}, link_down, nullptr},
     {"mmac-get-lan", program::mmac, {"mmac", "get", "lan"}, {}, nullptr},
     {"mmac-get-wan", program::mmac, {"mmac", "get", "wan"}, {}, nullptr},
+    {"mmac-get-wlan", program::mmac, {"mmac", "get", "wlan"}, {}, nullptr},
+    {"mmac-get-pin", program::mmac, {"mmac", "get", "pin"}, {}, nullptr},
     {"mmac-get-sn", program::mmac, {"mmac", "get", "sn"}, {}, nullptr},
     {"mmac-set-wan", program::mmac, {"mmac", "set", "wan", "00:11:22:33:44:55"}, {}, nullptr},
+    {"mmac-set-wlan", program::mmac, {"mmac", "set", "wlan", "00:11:22:33:44:58"}, {}, nullptr},
+    {"mmac-set-pin", program::mmac, {"mmac", "set", "pin", "12345670"}, {}, nullptr},
     {"mmac-set-sn", program::mmac, {"mmac", "set", "sn", "EX-2"}, {}, nullptr},
     {"mctl-check", program::mctl, {"mctl", "check"}, {}, nullptr},
     {"mctl-check-errors", program::mctl, {"mctl", "check"}, {}, spoil_settings, 1},
