@@ -154,7 +154,7 @@ static void write_expiry(const char *iface)
     if (file == nullptr)
         return;
     fprintf(file, "%lld", static_cast<long long>(time(nullptr)));
-    fclose(file);
+    close_output(file, path);
 }
 
 int udhcpc_deconfig()

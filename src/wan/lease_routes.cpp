@@ -7,6 +7,7 @@
 
 #include <arpa/inet.h>
 #include <stdint.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -19,8 +20,10 @@ using take_pair = bool (*)(const char *iface, char *first, char *second);
 static void for_each_pair(const char *iface, const char *text, take_pair take)
 {
     char *copy = strdup(text);
-    if (copy == nullptr)
+    if (copy == nullptr) {
+        perror(iface);
         return;
+    }
     trim_r(copy);
     char *rest = nullptr;
     char *first = strtok_r(copy, " ", &rest);
