@@ -1,10 +1,14 @@
-// firewall_update from any arguments, switches and lists: three rule files, each a whole table with
-// one rule a line, unless an entry of a list whose fields keep their line ends bears one.
+// firewall_update from any arguments, switches and lists: three rule files, each a whole table. The
+// rules of the two lists whose fields keep their line ends are those that the lists' format makes
+// of the entries, to the character; everything else has one rule a line.
 #include "fuzz/lines.h"
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 
+#include <algorithm>
+#include <cctype>
 #include <string_view>
+#include <vector>
 
 namespace fuzz
 {
@@ -33,13 +37,86 @@ constexpr table tables[] = {
 
 constexpr std::string_view starts[] = {"-A ", "-I ", ":", "*", "COMMIT"};
 
-// The lists whose fields keep their line ends write into these chains. A line that such a field
-// ends is gone on with a blank, or with what stands behind a field of a port forward.
-constexpr std::string_view broken_chains[] = {"-A FORWARD  ", "-A INPUT  ", "-A VSERVER "};
-
 bool begins_with(std::string_view text, std::string_view beginning)
 {
     return text.substr(0, beginning.size()) == beginning;
+}
+
+// The entries of a list as its format has them: pieces of lines of at most 254 characters, none
+// that begins with white space; nine fields between blanks, cut to 31 characters, the line end on
+// the last one. What a line does not give is that of the entry before.
+std::vector<std::vector<std::string>> entries_of(std::string_view list, bool has_comments)
+{
+    constexpr size_t PIECE_MAX = 254;
+    std::vector<std::vector<std::string>> entries;
+    std::vector<std::string> fields(9);
+    while (!list.empty()) {
+        size_t end = std::min(list.find('\n'), list.size() - 1) + 1;
+        const std::string piece(list.substr(0, std::min(end, PIECE_MAX)));
+        list.remove_prefix(piece.size());
+        const std::string line = piece.c_str(); // up to a NUL
+        if (isspace(static_cast<unsigned char>(line[0])) != 0 || (has_comments && line[0] == '#'))
+            continue;
+        size_t at = 0;
+        for (std::string &field : fields) {
+            at = line.find_first_not_of(' ', at);
+            if (at == line.npos)
+                break;
+            end = std::min(line.find(' ', at), line.size());
+            field = line.substr(at, std::min<size_t>(end - at, 31));
+            at = end;
+        }
+        entries.push_back(fields);
+    }
+    return entries;
+}
+
+std::string content_of(const char *path)
+{
+    const std::string *text = here.files.read(path);
+    return text != nullptr ? *text : "";
+}
+
+std::string port_forwards()
+{
+    std::string rules;
+    for (const auto &field : entries_of(content_of("/etc/default/vservers"), false))
+        rules += "-A VSERVER -p " + field[1] + " -m " + field[1] + " --dport " + field[2] +
+                 " -j DNAT --to " + field[4] + ":" + field[3] + "\n";
+    return rules;
+}
+
+// An option of a user's rule, for a range of addresses another one.
+std::string option(const char *name, const char *range_name, const std::string &value)
+{
+    if (value == "-")
+        return "";
+    return (value.find('-') != value.npos ? range_name : name) + value;
+}
+
+std::string user_rules(const std::string &log_mode)
+{
+    const char *accept = log_mode == "accept" || log_mode == "both" ? "logaccept" : "ACCEPT";
+    const char *drop = log_mode == "drop" || log_mode == "both" ? "logdrop" : "DROP";
+    std::string rules;
+    for (const auto &field : entries_of(content_of("/etc/default/rules"), true)) {
+        const std::string rule =
+            " " + option(" -p ", " -p ", field[5]) + option(" -s ", " --src-range ", field[3]) +
+            option(" --sport ", " --sport ", field[6]) + option(" -d ", " --dst-range ", field[4]) +
+            option(" --dport ", " --dport ", field[7]) + " -j " +
+            (field[0] == "DROP" ? drop : accept) + "\n";
+        rules += "-A FORWARD" + rule + "-A INPUT" + rule;
+    }
+    return rules;
+}
+
+// A rule file without the rules of a list, which must stand in it as they are.
+std::string without(const std::string &text, const std::string &rules, const char *path)
+{
+    size_t at = text.find(rules);
+    if (at == text.npos)
+        violated("not in %s: %s", path, rules.c_str());
+    return text.substr(0, at) + text.substr(at + rules.size());
 }
 
 template <size_t N> bool begins_with_one(std::string_view text, const std::string_view (&list)[N])
@@ -77,15 +154,14 @@ class line_check
 
     void check_line(std::string_view line)
     {
-        if (line.empty() || line[0] == ' ' || (line[0] == ':' && is_in_broken && !is_chain(line))) {
-            if (!is_in_broken)
-                refuse(line);
+        if (is_cut && line.substr(0, 1) == " ") {
+            is_cut = false;
             return;
         }
-        if (!begins_with_one(line, starts))
+        if (is_cut || !begins_with_one(line, starts))
             refuse(line);
-        is_in_broken = begins_with_one(line, broken_chains) || is_cut_by_schedule(line);
-        if (line[0] == '-' && !is_in_broken && line.find(" -j ") == std::string::npos)
+        is_cut = is_cut_by_schedule(line);
+        if (line[0] == '-' && !is_cut && line.find(" -j ") == std::string::npos)
             violated("a rule of %s without a target: %s", checked.path, std::string(line).c_str());
     }
 
@@ -95,10 +171,8 @@ class line_check
         return line.find(" --timestop ") != line.npos && line.find(" --days ") == line.npos;
     }
 
-    static bool is_chain(std::string_view line) { return line.find(" [0:0]") != line.npos; }
-
     const table &checked;
-    bool is_in_broken = false;
+    bool is_cut = false;
 };
 
 void check_loading()
@@ -122,8 +196,8 @@ void test_firewall(input &parts)
         const std::string *word = parts.next();
         if (word == nullptr)
             continue;
-        words.push_back(*word);
-        has_line_end = has_line_end || word->find('\n') != std::string::npos;
+        words.emplace_back(word->c_str());
+        has_line_end = has_line_end || words.back().find('\n') != std::string::npos;
     }
     for (const char *name : files)
         here.put_file(std::string("/etc/default/") + name, parts.next());
@@ -144,8 +218,13 @@ void test_firewall(input &parts)
         const std::string *text = here.files.read(row.path);
         if (text == nullptr)
             violated("no %s", row.path);
+        std::string rest = *text;
+        if (&row == &tables[0])
+            rest = without(rest, port_forwards(), row.path);
+        if (&row == &tables[1])
+            rest = without(rest, user_rules(words.size() > 3 ? words[3] : ""), row.path);
         if (!has_line_end)
-            line_check(row).check(*text);
+            line_check(row).check(rest);
     }
 }
 
