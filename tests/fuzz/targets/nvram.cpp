@@ -1,5 +1,5 @@
 // NVRAM files: what is set reads back, the rest stays, and a file that is written again is the
-// same.
+// same, with the MAC tool, too; the driver's profile is what its keys' forms make of its section.
 #include "platform/nvram.h"
 #include "fuzz/guarded_memory.h"
 #include "fuzz/lines.h"
@@ -7,11 +7,15 @@
 #include "fuzz/world.h"
 #include "util/mmac.h"
 #include "wireless/profile.h"
+#include "wireless/profile_keys.h"
 #include "wireless/start.h"
 
 #include <algorithm>
-#include <cctype>
-#include <cstring>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+#include <netinet/ether.h>
 
 namespace fuzz
 {
@@ -143,43 +147,197 @@ void test_nvram(input &parts)
     expect_same(nvram_bufget(section + 4, first.c_str()), "");
 }
 
-void test_mmac(input &parts)
+// What mmac knows, as its manual page has it: the key of a parameter, and for an address how its
+// last byte comes from that of the base address.
+struct mac_parameter {
+    const char *name;
+    const char *key;
+    int (*last)(int base); // null for a parameter that is no address
+};
+
+constexpr auto base_itself = [](int base) { return base; };
+
+constexpr mac_parameter mac_parameters[] = {
+    {"lan", "ethaddr", base_itself},
+    {"box", "ethaddr", base_itself},
+    {"base", "ethaddr", base_itself},
+    {"wan", "wanmac", [](int base) { return (base + 1) % 256; }},
+    {"wlan", "wlanmac", [](int base) { return (base / 8 + 1) % 32 * 8; }},
+    {"pin", "pin", nullptr},
+    {"sn", "sn", nullptr},
+    {"hwrev", "hwrev", nullptr},
+    {"countrycode", "countrycode", nullptr},
+    {"flashspeed", "flashspeed", nullptr},
+    {"appex", "appex", nullptr},
+};
+
+static std::string without_pair_of_quotes(const std::string &value)
 {
-    here.put_file("/etc/nvram/0", parts.next());
-    std::vector<std::string> words = {"mmac"};
-    for (const std::string *word = parts.next(); word != nullptr; word = parts.next())
-        words.emplace_back(word->c_str());
+    bool is_quoted = value.size() > 1 && value.front() == '"' && value.back() == '"';
+    return is_quoted ? value.substr(1, value.size() - 2) : value;
+}
+
+// What "mmac get" says of a parameter; nothing when there is nothing to say.
+static std::string answer_of(const mac_parameter &asked, const section_model &model)
+{
+    std::string value = model.get(asked.key);
+    if (!value.empty())
+        return (asked.last != nullptr ? without_pair_of_quotes(value) : value) + "\n";
+    const std::string base = without_pair_of_quotes(model.get("ethaddr")).substr(0, 63);
+    ether_addr mac;
+    if (asked.last == nullptr || ether_aton_r(base.c_str(), &mac) == nullptr)
+        return "";
+    char text[24];
+    const uint8_t *byte = mac.ether_addr_octet;
+    snprintf(text, sizeof(text), "%02X:%02X:%02X:%02X:%02X:%02X\n", byte[0], byte[1], byte[2],
+             byte[3], byte[4], asked.last(byte[5]));
+    return text;
+}
+
+static const mac_parameter *find_parameter(const std::vector<std::string> &words)
+{
+    size_t expected = words.size() > 1 && words[1] == "set" ? 4 : 3;
+    if (words.size() != expected || (words[1] != "get" && words[1] != "set"))
+        return nullptr;
+    for (const mac_parameter &row : mac_parameters) {
+        if (words[2] == row.name)
+            return &row;
+    }
+    return nullptr;
+}
+
+static int run_mmac(const std::vector<std::string> &words)
+{
+    here.standard_output.clear();
     char **argv = guarded_words(words);
-    section_model before(content_of("/etc/nvram/0"));
     int status = run([&] { return mmac_main(static_cast<int>(words.size()), argv); });
     if (status != 0 && status != 1)
         violated("status %d of mmac", status);
-    section_model after(content_of("/etc/nvram/0"));
-    bool is_set = words.size() == 4 && words[1] == "set" && status == 0;
-    if (!is_set && before.text() != after.text())
-        violated("mmac has changed NVRAM unasked");
-    if (is_set && words[2] == "pin" && after.get("pin") != words[3].c_str())
-        violated("another pin was set");
+    return status;
 }
 
-// Every line of the profile is a key with its value, and a key's text is that of NVRAM.
-static void check_profile(const std::string &text, const section_model &model)
+static void check_get(const mac_parameter &asked, const section_model &model, int status)
 {
-    std::string_view rest = text;
-    std::string_view text_of_line;
-    for (size_t number = 0; next_line(&rest, &text_of_line); number++) {
-        const std::string line(text_of_line);
-        if (number < 2)
-            continue; // the driver's head
-        size_t equals = line.find('=');
-        if (equals == 0 || equals == std::string::npos)
-            violated("a line of the profile without a key: %s", line.c_str());
-        const std::string key = line.substr(0, equals);
-        bool is_numbered = isdigit(static_cast<unsigned char>(key.back())) != 0;
-        if (is_numbered && (key.rfind("SSID", 0) == 0 || key.rfind("WPAPSK", 0) == 0))
-            expect_same(line.substr(equals + 1), model.get(key));
-    }
+    const std::string answer = answer_of(asked, model);
+    expect_same(here.standard_output, answer);
+    if (status != (answer.empty() ? 1 : 0))
+        violated("status %d with the answer %s", status, answer.c_str());
 }
+
+// What was set reads back, and is all that has changed.
+static void check_set(const mac_parameter &asked, const std::string &value, section_model *model)
+{
+    constexpr char path[] = "/etc/nvram/0";
+    model->set(asked.key, value);
+    expect_same(content_of(path), model->text());
+    check_get(asked, *model, run_mmac({"mmac", "get", asked.name}));
+    expect_same(content_of(path), model->text());
+}
+
+void test_mmac(input &parts)
+{
+    constexpr char path[] = "/etc/nvram/0";
+    here.put_file(path, parts.next());
+    std::vector<std::string> words = {"mmac"};
+    for (const std::string *word = parts.next(); word != nullptr; word = parts.next())
+        words.emplace_back(word->c_str());
+    const std::string before = content_of(path);
+    section_model model(before);
+    const mac_parameter *asked = find_parameter(words);
+    int status = run_mmac(words);
+    bool is_set = asked != nullptr && words[1] == "set";
+    if (is_set && status == 0) {
+        check_set(*asked, words[3], &model);
+        return;
+    }
+    expect_same(content_of(path), before);
+    if (asked != nullptr && !is_set)
+        check_get(*asked, model, status);
+    else if (!here.standard_output.empty())
+        violated("an answer to no question: %s", here.standard_output.c_str());
+    bool is_text = is_set && asked->last == nullptr && words[3].find('\n') == std::string::npos;
+    if (is_text)
+        violated("%s was not set", words[2].c_str());
+}
+
+// The driver's profile as its keys' forms say (wireless/profile_keys.h), from a section.
+class expected_profile
+{
+  public:
+    explicit expected_profile(const section_model &section) : model(section) {}
+
+    std::string text()
+    {
+        all = "#The word of \"Default\" must not be removed\nDefault\n";
+        const profile_row *end = std::end(profile_rows);
+        for (const profile_row *row = profile_rows; row < end; row++) {
+            bool has_pair = row + 1 < end && row[1].is_paired;
+            for (int number = row->first; number <= row->last; number++) {
+                add_keys(*row, number);
+                if (has_pair)
+                    add_keys(row[1], number);
+            }
+            row += has_pair ? 1 : 0;
+        }
+        return all;
+    }
+
+  private:
+    int number(const std::string &key) const
+    {
+        long long value = strtoll(model.get(key).c_str(), nullptr, 10);
+        return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
+    }
+
+    // As many of the numbers as fit whole in 15 characters.
+    std::string for_each_bss(int value) const
+    {
+        std::string list;
+        for (int i = 0; i < number("BssidNum"); i++) {
+            const std::string item = (i > 0 ? ";" : "") + std::to_string(value);
+            if (list.size() + item.size() > 15)
+                break;
+            list += item;
+        }
+        return list;
+    }
+
+    std::string value(const std::string &key, profile_form how) const
+    {
+        switch (how) {
+        case profile_form::number:
+            return std::to_string(number(key));
+        case profile_form::text:
+        case profile_form::text_if_set:
+            return model.get(key);
+        case profile_form::per_bss:
+            return for_each_bss(number(key));
+        case profile_form::wsc_status:
+            return number("WscConfigured") != 0 ? "2" : "1";
+        case profile_form::radio_on:
+            return number("RadioOff") == 1 ? "0" : "1";
+        case profile_form::zero:
+            return "0";
+        case profile_form::empty:
+            break;
+        }
+        return "";
+    }
+
+    void add_keys(const profile_row &row, int number_in_key)
+    {
+        const std::string keys = std::string(row.keys) + " ";
+        for (size_t at = 0; at < keys.size(); at = keys.find(' ', at) + 1) {
+            std::string key = keys.substr(at, keys.find(' ', at) - at);
+            std::replace(key.begin(), key.end(), '#', static_cast<char>('0' + number_in_key));
+            if (row.how != profile_form::text_if_set || !model.get(key).empty())
+                all += key + "=" + value(key, row.how) + "\n";
+        }
+    }
+
+    const section_model &model;
+    std::string all;
+};
 
 void test_wireless(input &parts)
 {
@@ -191,15 +349,17 @@ void test_wireless(input &parts)
     const std::string *before = parts.next();
     if (before != nullptr && !here.is_obstructed)
         here.put_file(path, before);
-    section_model model(content_of("/etc/nvram/1"));
+    const std::string section = content_of("/etc/nvram/1");
+    section_model model(section);
     gen_config("br0", mode);
-    const std::string *profile = here.files.read(path);
     bool is_written = mode == NVRAM_WIRELESS && !here.is_obstructed;
-    if (!here.is_obstructed && (profile != nullptr) != (is_written || before != nullptr))
-        violated("a profile in mode %d", mode);
-    if (profile != nullptr && is_written)
-        check_profile(*profile, model);
+    if (is_written)
+        expect_same(content_of(path), expected_profile(model).text());
+    else if (!here.is_obstructed)
+        expect_same(content_of(path), before != nullptr ? *before : "");
     start_wifi("br0");
+    if (!here.is_obstructed)
+        expect_same(content_of("/etc/nvram/1"), section);
 }
 
 } // namespace fuzz
