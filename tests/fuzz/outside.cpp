@@ -112,6 +112,7 @@ void answer_flash(bool is_write, uintptr_t *record)
         if (record[1] < AREA_START || record[1] + record[2] > AREA_START + AREA_SIZE)
             violated("a write to the flash at 0x%zx", static_cast<size_t>(record[1]));
         here.flash.assign(reinterpret_cast<const char *>(record[0]), record[2]);
+        here.flash_writes.emplace_back(record[1], here.flash);
     } else {
         char *buffer = reinterpret_cast<char *>(record[1]);
         memset(buffer, 0, record[2]);

@@ -98,6 +98,7 @@ void reset_world()
     here.interfaces.reset();
     here.is_terminal = false;
     here.flash.clear();
+    here.flash_writes.clear();
     here.is_expecting = false;
     here.is_obstructed = false;
     for (int section = 0; section < 4; section++)

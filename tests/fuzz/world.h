@@ -59,6 +59,8 @@ struct world {
 
     // The flash as the driver gives it, at any offset.
     std::string flash;
+    // What was written to it, by its offsets.
+    std::vector<std::pair<size_t, std::string>> flash_writes;
     // The words of the line being formatted, and whether it is too long for its room.
     bool is_expecting = false;
     bool is_cut = false;

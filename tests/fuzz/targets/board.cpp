@@ -1,9 +1,14 @@
-// Events of the kernel, and what the board's devices give.
+// Events of the kernel, and what the board's devices give: into the flash goes nothing but the
+// radio's default data and the board's own MAC address, where they belong.
 #include "fuzz/targets.h"
 #include "fuzz/world.h"
 #include "hw/flash.h"
 #include "hw/switch.h"
 #include "util/device.h"
+
+#include <algorithm>
+#include <cstring>
+#include <netinet/ether.h>
 
 namespace fuzz
 {
@@ -29,6 +34,65 @@ bool has_line(const std::string &beginning)
             return true;
     }
     return false;
+}
+
+// ---- the radio's calibration data
+
+constexpr size_t EEPROM_OFFSET = 0x40000;
+constexpr size_t EEPROM_MAC_OFFSET = EEPROM_OFFSET + 4;
+constexpr char DEFAULT_EEPROM[] = "/etc_ro/wlan/RT3050_AP_1T1R_V1_0.bin";
+
+using flash_writes = std::vector<std::pair<size_t, std::string>>;
+
+// The value of the first line for the base address in NVRAM; empty when there is none.
+std::string base_mac_text()
+{
+    const std::string *section = here.files.read("/etc/nvram/0");
+    std::string text = "\n" + (section != nullptr ? *section : "");
+    std::replace(text.begin(), text.end(), '\0', '\n');
+    size_t at = text.find("\nethaddr=");
+    if (at == text.npos)
+        return "";
+    at += strlen("\nethaddr=");
+    std::string value = text.substr(at, text.find('\n', at) - at);
+    if (value.size() > 1 && value.front() == '"' && value.back() == '"')
+        value = value.substr(1, value.size() - 2);
+    return value.substr(0, 63);
+}
+
+// What belongs into a flash that begins with these bytes, when every step of the check goes well.
+flash_writes expected_writes(const std::string &flash)
+{
+    flash_writes writes;
+    const std::string boot_loader = (flash + std::string(10, '\0')).substr(0, 8);
+    const std::string signature = (flash + std::string(10, '\0')).substr(8, 2);
+    if (boot_loader == std::string("3.3\0----", 8))
+        return writes;
+    const std::string *image = here.files.read(DEFAULT_EEPROM);
+    if (signature != "P0" && image != nullptr && image->size() >= 512)
+        writes.emplace_back(EEPROM_OFFSET, image->substr(0, 512));
+    ether_addr mac;
+    bool is_given = ether_aton_r(base_mac_text().c_str(), &mac) != nullptr;
+    if (is_given && mac.ether_addr_octet[0] != 0)
+        writes.emplace_back(EEPROM_MAC_OFFSET,
+                            std::string(mac.ether_addr_octet, mac.ether_addr_octet + 6));
+    return writes;
+}
+
+// A step that fails leaves its write out; none is ever another one.
+void check_flash(const flash_writes &expected)
+{
+    size_t next = 0;
+    for (const auto &write : here.flash_writes) {
+        while (next < expected.size() && expected[next] != write)
+            next++;
+        if (next++ == expected.size())
+            violated("%zu bytes at 0x%zx of the flash", write.second.size(), write.first);
+    }
+    bool is_well = here.answers.empty() && !here.is_obstructed;
+    if (is_well && here.flash_writes != expected)
+        violated("%zu writes to the flash in place of %zu", here.flash_writes.size(),
+                 expected.size());
 }
 
 } // namespace
@@ -62,7 +126,9 @@ void test_board(input &parts)
     const std::string mode = parts.next_text();
     here.answers = parts.next_text();
     here.obstruct(parts.next());
+    const flash_writes expected = expected_writes(here.flash);
     run_program_with({"mcfg", "check_update"});
+    check_flash(expected);
     if (has_line("reboot") && !has_line("mtd_write "))
         violated("a reboot for nothing");
     unsigned char byte = 0;
