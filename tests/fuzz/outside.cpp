@@ -51,16 +51,31 @@ bool is_starting_tool = false;
 bool is_alarm_set = false;
 int sleeps = 0;
 
+// The C library empties its buffers when the world has been taken down.
+bool is_world_over = false;
+
+struct end_of_world {
+    ~end_of_world() { is_world_over = true; }
+} at_end;
+
+void check_world()
+{
+    if (is_world_over)
+        violated("something was written that no input has seen");
+}
+
 ssize_t write_output(void *, const char *buffer, size_t size)
 {
     if (!fuzz::is_output_in_place())
         violated("text for the standard output goes to a tool's pipe");
+    check_world();
     here.standard_output.append(buffer, size);
     return static_cast<ssize_t>(size);
 }
 
 ssize_t write_errors(void *, const char *buffer, size_t size)
 {
+    check_world();
     here.standard_error.append(buffer, size);
     return static_cast<ssize_t>(size);
 }

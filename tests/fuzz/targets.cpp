@@ -49,6 +49,7 @@ int test_one(const target &chosen, const uint8_t *data, size_t size)
     reset_world();
     input parts(data, size);
     chosen.test(parts);
+    leave_world();
     return 0;
 }
 

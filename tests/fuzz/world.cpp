@@ -73,9 +73,14 @@ void world::sleep()
     meanwhile_at = std::min(end + 1, meanwhile.size());
 }
 
+void leave_world()
+{
+    flush_outside();
+    release_outside();
+}
+
 void reset_world()
 {
-    release_outside();
     reset_descriptors();
     begin_process();
     here.files.reset();

@@ -83,6 +83,10 @@ extern world here;
 // Empty the world: a booted router without settings.
 void reset_world();
 
+// The end of an input: what is written reaches the world while there is one, as the process may end
+// here; open streams and memory of documents are taken back.
+void leave_world();
+
 // Run the routine until it returns or ends the process. Returns its result, or the process status.
 int run(const std::function<int()> &routine);
 
