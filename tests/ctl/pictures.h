@@ -5,6 +5,7 @@
 
 #include "ctl/status/judge.h"
 #include "ctl/status/look.h"
+#include "ctl/unseen.h"
 #include "support/texts.h"
 #include "support/unit_test.h"
 
@@ -96,6 +97,7 @@ class picture_test : public support::unit_test
         make_files(row);
         world.on("print '" + escaped(row.jumps) + "' iptables -t nat -S");
         char fault[FAULT_MAX] = "";
+        forget_unseen();
         EXPECT_TRUE(look_around(&at, fault)) << fault;
         at.kernel = {};
         for (const std::string &line : support::lines_of(row.kernel)) {

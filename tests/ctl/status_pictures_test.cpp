@@ -319,6 +319,27 @@ TEST_F(judged_again, is_content_when_all_was_mended)
     EXPECT_TRUE(status.is_well);
 }
 
+// What heal looks at again before a step may not be seen then, and is no reason to take it.
+TEST_F(judged_again, is_left_alone_when_it_cannot_be_seen_again)
+{
+    show({"", "", wan_of("pppoe", tunnel("pppoe", "wan1")), NO_STORE, "vlan2 up\n"});
+    const link_status &wan1 = status.link[1];
+    ASSERT_EQ(wan1.reason_of[0].id, reason::daemon_down);
+    world.clear_trace();
+    json_allocate = [](size_t) -> void * { return nullptr; };
+    watch_json_memory();
+    mend({&at, false, true}, wan1, {reason::daemon_down, ""});
+    json_allocate = malloc;
+    char why[80] = "";
+    EXPECT_TRUE(has_unseen(why, sizeof(why)));
+    EXPECT_STREQ(why, "cannot look at wan1: Cannot allocate memory");
+    mend({&at, false, true}, wan1, {reason::daemon_down, ""});
+    EXPECT_EQ(world.trace(), "");
+    forget_unseen();
+    mend({&at, false, true}, wan1, {reason::daemon_down, ""});
+    EXPECT_NE(world.trace().find("run pppd call wan1"), std::string::npos) << world.trace();
+}
+
 struct age_row {
     const char *name;
     timespec config;

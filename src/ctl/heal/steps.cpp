@@ -7,6 +7,7 @@
 #include "ctl/status/processes.h"
 #include "ctl/status/status.h"
 #include "ctl/status/tunnel_daemons.h"
+#include "ctl/unseen.h"
 #include "lan/dhcp_client.h"
 #include "lan/interface.h"
 #include "util/link_state.h"
@@ -19,6 +20,7 @@
 #include "wan/tunnels.h"
 
 #include <arpa/inet.h>
+#include <errno.h>
 #include <signal.h>
 #include <stdarg.h>
 #include <stdio.h>
@@ -31,11 +33,14 @@ constexpr unsigned CLIENT_END_S = 15;
 constexpr char DHCP_CLIENT[] = "udhcpc";
 constexpr char PPP_DAEMON[] = "pppd";
 
-// Tell of a step, and log it. Returns whether it is to be taken.
+// Tell of a step, and log it. Returns whether it is to be taken: not when what was looked at again
+// before it could not be seen, which is told in the end.
 [[gnu::format(printf, 3, 4)]] static bool step(const healing &h, const link_status &link,
                                                const char *format, ...)
 {
     char text[STEP_MAX];
+    if (has_unseen(text, sizeof(text)))
+        return false;
     va_list args;
     va_start(args, format);
     vsnprintf(text, sizeof(text), format, args);
@@ -119,12 +124,12 @@ static bool start_daemon(const healing &h, const link_status &tunnel, const foun
     end_left_pppd(h, tunnel);
     if (!json_is_true(json_object_get(tunnel.entry, "auto")))
         return true;
-    if (step(h, tunnel, "dial it")) {
-        json_t *one = json_array();
-        json_array_append(one, const_cast<json_t *>(tunnel.entry));
+    json_t *one = json_array();
+    if (json_array_append(one, const_cast<json_t *>(tunnel.entry)) != 0)
+        note_unseen(shown_name(tunnel), ENOMEM);
+    if (step(h, tunnel, "dial it"))
         start_tunnels(text_or_empty(json_object_get(tunnel.below, "type")), one);
-        json_decref(one);
-    }
+    json_decref(one);
     return true;
 }
 

@@ -161,12 +161,17 @@ int find_process_by_words(const char *name, const char *first, const char *secon
         return 0;
     }
     int found = 0;
-    for (dirent *entry = readdir(directory); entry != nullptr && found == 0;
-         entry = readdir(directory)) {
+    while (found == 0) {
+        errno = 0;
+        dirent *entry = readdir(directory);
+        if (entry == nullptr)
+            break;
         int number = to_number(entry->d_name);
         if (number > 0 && has_words(number, first, second) && is_process(number, names, 1))
             found = number;
     }
+    if (found == 0 && errno != 0)
+        note_unseen("/proc", errno);
     closedir(directory);
     return found;
 }
