@@ -340,6 +340,20 @@ TEST_F(judged_again, is_left_alone_when_it_cannot_be_seen_again)
     EXPECT_NE(world.trace().find("run pppd call wan1"), std::string::npos) << world.trace();
 }
 
+TEST_F(judged_again, is_left_alone_when_it_is_whole_by_then)
+{
+    show({"", "", "", NO_STORE, "", "", {}, {{"/var/run/state_link", "[1"}}});
+    const link_status &router = status.link[status.links - 1];
+    ASSERT_EQ(router.reason_of[0].id, reason::store_broken);
+    for (const char *now : {R"({"state_links":[]})", ""}) {
+        world.write("/var/run/state_link", now);
+        world.clear_trace();
+        EXPECT_EQ(mend({&at, false, true}, router, router.reason_of[0]), now[0] == '\0') << now;
+        EXPECT_EQ(world.exists("/var/run/state_link"), now[0] != '\0') << now;
+        EXPECT_EQ(world.trace().empty(), now[0] != '\0') << now;
+    }
+}
+
 struct age_row {
     const char *name;
     timespec config;

@@ -315,8 +315,20 @@ static bool remove_lock(const healing &h, const link_status &router, const found
     return true;
 }
 
+// A handler may have made a new one meanwhile. Its lock is not kept while that is looked at, as no
+// other would wait for it.
+static bool is_store_still_broken()
+{
+    look at = {};
+    look_at_store(&at);
+    forget_look(&at);
+    return at.is_store_broken;
+}
+
 static bool remove_store(const healing &h, const link_status &router, const found_reason &)
 {
+    if (!is_store_still_broken())
+        return false;
     if (!step(h, router, "remove the broken %s", LINK_STATE_PATH))
         return true;
     if (set_lock_on_file(LINK_STATE_LOCK, LINK_STATE_TRIES) == 1) {
