@@ -2,6 +2,7 @@
 
 #include "config/json_access.h"
 #include "ctl/check/check.h"
+#include "ctl/output.h"
 #include "ctl/printable.h"
 #include "ctl/record_lock.h"
 #include "ctl/refused_rule.h"
@@ -230,6 +231,5 @@ int firewall_main(int count, char **words)
     }
     bool is_well = run(words);
     release_record(lock);
-    bool is_told = fflush(stdout) == 0 && !ferror(stdout);
-    return is_well && is_told ? 0 : 1;
+    return status_of_output(is_well ? 0 : 1);
 }

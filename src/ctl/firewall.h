@@ -3,6 +3,6 @@
 
 // words are those behind "firewall": LAN interface, WAN interface, log mode. One rebuild follows
 // the other. Returns the exit status: 0 all three tables are as they were generated, 1 one of them
-// is not, or that could not be found out or told, 2 wrong usage or no lock. Tells on standard
-// output what the settings have wrong, which table was refused and by which line.
+// is not, or that could not be found out, 2 wrong usage, no lock, or it could not be told. Tells on
+// standard output what the settings have wrong, which table was refused and by which line.
 int firewall_main(int count, char **words);

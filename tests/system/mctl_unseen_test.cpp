@@ -87,8 +87,13 @@ const failing_row rows[] = {
     {"its holder, who may have come by then", "heal --dry-run", CALL_open, LAST, EMFILE, 2,
      "mctl: cannot look at /proc/999999/stat: Too many open files\n"},
     {"steps that cannot be told", "heal --dry-run", CALL_write, 1, EIO, 2, OUTPUT},
+    {"steps that are taken, and cannot be told", "heal", CALL_write, 1, EIO, 2,
+     "vlan9: No such device\nmctl: standard output: Input/output error\n"},
 
-    {"what became of a table cannot be told", "firewall br0 vlan2 none", CALL_write, 2, EIO, 1, ""},
+    {"what is wrong with the settings cannot be told", "firewall br0 vlan2 none", CALL_write, 1,
+     EIO, 2, OUTPUT},
+    {"what became of a table cannot be told", "firewall br0 vlan2 none", CALL_write, 2, EIO, 2,
+     OUTPUT},
 };
 // clang-format on
 

@@ -169,7 +169,7 @@ int heal_main(int count, char **words)
         perror(HEAL_RECORD);
         return 2;
     }
-    int status = heal(false);
+    int status = status_of_output(heal(false));
     release_record(lock);
     return status;
 }
