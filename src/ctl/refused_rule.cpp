@@ -7,7 +7,6 @@
 #include "util/text.h"
 
 #include <stdio.h>
-#include <stdlib.h>
 #include <string.h>
 
 struct chain_list {
@@ -58,14 +57,6 @@ static bool next_piece(const char **rest, char (&line)[RULE_LINE_MAX])
     return true;
 }
 
-static char *load_text(const char *path)
-{
-    loaded_file file = load_file("/", path);
-    char *text = file.state == file_state::loaded ? strndup(file.bytes, file.length) : strdup("");
-    unload_file(&file);
-    return text;
-}
-
 // Neither a "-" nor a flag.
 static bool is_telling(const char *word)
 {
@@ -84,16 +75,16 @@ static int score_of(const char *rule, const char *line)
 
 static void search_list(const char *rule, const char *path, source_line *best)
 {
-    char *text = load_text(path);
+    loaded_file file = load_file("/", path);
     char line[RULE_LINE_MAX];
     int number = 0;
-    for (const char *rest = text; rest != nullptr && next_piece(&rest, line);) {
+    for (const char *rest = file.bytes; rest != nullptr && next_piece(&rest, line);) {
         number++;
         int score = score_of(rule, line);
         if (score > best->score)
             *best = {path, number, score};
     }
-    free(text);
+    unload_file(&file);
 }
 
 static void show_source(const char *rule)
@@ -125,14 +116,14 @@ void show_refused_rule(const char *path, const char *messages)
         show_line(line);
     }
     int wanted = line_of(messages);
-    char *text = load_text(path);
+    loaded_file file = load_file("/", path);
     int number = 0;
-    for (const char *rest = text; rest != nullptr && next_piece(&rest, line);) {
+    for (const char *rest = file.bytes; rest != nullptr && next_piece(&rest, line);) {
         if (++number != wanted)
             continue;
         printf("    %s:%d: ", path, wanted);
         show_line(line);
         show_source(line);
     }
-    free(text);
+    unload_file(&file);
 }

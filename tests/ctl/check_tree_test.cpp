@@ -44,6 +44,7 @@ loaded load(const char *path, const char *root = "/tree")
     loaded_file file = load_file(root, path);
     loaded result = {file.state, file.kind, file.error, file.is_cut,
                      std::string(file.bytes != nullptr ? file.bytes : "", file.length)};
+    EXPECT_TRUE(file.bytes == nullptr || file.bytes[file.length] == '\0');
     unload_file(&file);
     EXPECT_EQ(file.bytes, nullptr);
     EXPECT_EQ(file.length, 0U);

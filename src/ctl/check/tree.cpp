@@ -166,6 +166,7 @@ static void load_open(int fd, loaded_file *file)
         return;
     }
     file->state = file_state::loaded;
+    file->bytes[file->length] = '\0';
     char *smaller = static_cast<char *>(realloc(file->bytes, file->length + 1));
     if (smaller != nullptr)
         file->bytes = smaller;

@@ -18,7 +18,7 @@ struct loaded_file {
     const char *kind = ""; // "directory", "FIFO" ...
     int error = 0;         // an errno
     bool is_cut = false;   // it goes on behind what was loaded
-    char *bytes = nullptr;
+    char *bytes = nullptr; // a terminator behind them
     size_t length = 0;
 };
 

@@ -174,10 +174,7 @@ constexpr report_file report_files[] = {
 
 static char *load_text(const char *path)
 {
-    loaded_file file = load_file("/", path);
-    char *text = file.state == file_state::loaded ? strndup(file.bytes, file.length) : nullptr;
-    unload_file(&file);
-    return text;
+    return load_file("/", path).bytes;
 }
 
 static void put_lines(FILE *out, char *text, void (*put)(FILE *out, const char *line))

@@ -132,14 +132,10 @@ static void for_lines(const char *path, secrets *all, void (*learn)(secrets *all
     loaded_file file = load_source(all, path);
     if (file.state != file_state::loaded)
         return;
-    char *text = strndup(file.bytes, file.length);
-    unload_file(&file);
-    if (text == nullptr)
-        tell_loss(all, path, ENOMEM);
-    char *rest = text;
-    for (char *line; text != nullptr && (line = take_line(&rest)) != nullptr;)
+    char *rest = file.bytes;
+    for (char *line; (line = take_line(&rest)) != nullptr;)
         learn(all, line);
-    free(text);
+    unload_file(&file);
 }
 
 // Lines that are comments by now may have been in force yesterday.

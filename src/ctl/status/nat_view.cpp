@@ -180,17 +180,13 @@ bool is_as_generated(const char *path, const char *listing, char *difference, si
         return could_not_compare(path, file.error, difference, cap);
     if (file.state != file_state::loaded)
         return true;
-    char *text = strndup(file.bytes, file.length);
+    rule_list generated = learn_rules(file.bytes);
     unload_file(&file);
-    if (text == nullptr)
-        return could_not_compare(path, ENOMEM, difference, cap);
-    rule_list generated = learn_rules(text);
     rule_list loaded = learn_rules(listing);
     bool is_same = generated.is_cut || loaded.is_cut
                        ? could_not_compare(path, ENOMEM, difference, cap)
                        : compare(generated, loaded, difference, cap);
     free(generated.rule);
     free(loaded.rule);
-    free(text);
     return is_same;
 }
