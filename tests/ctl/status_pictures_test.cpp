@@ -354,6 +354,25 @@ TEST_F(judged_again, is_left_alone_when_it_is_whole_by_then)
     }
 }
 
+// Without memory to read it, the store may be a whole one.
+TEST_F(judged_again, is_left_alone_without_memory_to_see_it)
+{
+    show({"", "", "", NO_STORE, "", "", {}, {{"/var/run/state_link", "[1"}}});
+    const link_status &router = status.link[status.links - 1];
+    ASSERT_EQ(router.reason_of[0].id, reason::store_broken);
+    char fault[FAULT_MAX] = "";
+    look without = {};
+    world.clear_trace();
+    json_allocate = [](size_t) -> void * { return nullptr; };
+    EXPECT_FALSE(mend({&at, false, true}, router, router.reason_of[0]));
+    EXPECT_FALSE(look_around(&without, fault));
+    json_allocate = malloc;
+    forget_look(&without);
+    EXPECT_STREQ(fault, "/var/run/Config is too long for the memory: mcfg set_config makes it");
+    EXPECT_EQ(world.read("/var/run/state_link"), "[1");
+    EXPECT_EQ(world.trace(), "");
+}
+
 struct age_row {
     const char *name;
     timespec config;
