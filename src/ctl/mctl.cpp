@@ -28,8 +28,8 @@ constexpr sub_command sub_commands[] = {
 
 static void explain(FILE *to, const sub_command &row)
 {
-    fprintf(to, "  %s%s%s\n      %s\n", row.name, row.arguments[0] != '\0' ? " " : "",
-            row.arguments, row.purpose);
+    fprintf(to, "  %s%s%s\n      %s\n", row.name, *row.arguments != '\0' ? " " : "", row.arguments,
+            row.purpose);
 }
 
 static int usage(FILE *to, int status)

@@ -39,7 +39,7 @@ static int line_of(const char *messages)
     int number = 0;
     for (const char *at = messages; (at = strstr(at, "line")) != nullptr; at++) {
         const char *digits = at + strlen("line");
-        digits += strspn(digits, ": ");
+        digits += *digits == ':' ? 1 : 0;
         int found = text_to_int(digits);
         if (found > 0)
             number = found;

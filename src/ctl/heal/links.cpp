@@ -40,9 +40,8 @@ static void set_address(json_t *object, const char *key, in_addr_t address_be)
 // The part of a tunnel's name by which its link is recorded.
 static void set_tunnel_name(json_t *object, const json_t *tunnel)
 {
-    char name[48];
-    if (get_string_from_json_by_name(tunnel, "name", name) != 1)
-        name[0] = '\0';
+    char name[48] = "";
+    get_string_from_json_by_name(tunnel, "name", name);
     name[strcspn(name, "-")] = '\0';
     set_text(object, "name", name);
 }

@@ -73,8 +73,7 @@ static void undo(const healing &h, const link_status &link)
 static const in_addr_t *address_in_use(const healing &h, const link_status &link)
 {
     const iface_view *iface = find_iface(h.at->kernel, link.iface);
-    bool is_in_use =
-        iface != nullptr && iface->is_up && iface->addresses > 0 && iface->address_be[0] != 0;
+    bool is_in_use = iface != nullptr && iface->is_up && iface->address_be[0] != 0;
     return is_in_use ? &iface->address_be[0] : nullptr;
 }
 

@@ -43,11 +43,11 @@ static bool has_recorded_address(const look &at, link_status *link)
     return false;
 }
 
-// Returns false when the interface has no address.
+// Of a link whose interface is there. Returns false when that has no address.
 static bool judge_unrecorded(const look &at, link_status *link)
 {
     const iface_view *iface = find_iface(at.kernel, link->iface);
-    if (iface == nullptr || iface->addresses == 0 || iface->address_be[0] == 0)
+    if (iface->address_be[0] == 0)
         return false;
     link->expected_be = iface->address_be[0];
     char address[IPV4_TEXT_MAX];

@@ -34,10 +34,10 @@ static bool is_connected(const look &at, const link_status *tunnel)
 
 static void judge_unconnected(const look &at, const link_status &wan, link_status *tunnel)
 {
-    bool stands_on_nothing =
-        wan.reasons > 0 && (wan.state == link_state::down || wan.state == link_state::dialling ||
-                            wan.reason_of[0].id == reason::interface_down ||
-                            wan.reason_of[0].id == reason::no_address);
+    // Without a reason it is up, and its first reason is the first of all.
+    bool stands_on_nothing = wan.state == link_state::down || wan.state == link_state::dialling ||
+                             wan.reason_of[0].id == reason::interface_down ||
+                             wan.reason_of[0].id == reason::no_address;
     if (stands_on_nothing) {
         add_reason(tunnel, wan.reason_of[0].id, wan.reason_of[0].detail);
         return;

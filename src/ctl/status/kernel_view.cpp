@@ -11,9 +11,10 @@
 #include <string.h>
 #include <sys/stat.h>
 
+// What belongs to an IPv4 address is one, too.
 static in_addr_t inet_of(const sockaddr *address)
 {
-    if (address == nullptr || address->sa_family != AF_INET)
+    if (address == nullptr)
         return 0;
     sockaddr_in inet;
     memcpy(&inet, address, sizeof(inet));
@@ -66,16 +67,15 @@ static int look_at_interfaces(kernel_view *view)
     return 0;
 }
 
-// Addresses stand there in hexadecimal, as the machine has them in memory.
+// Addresses stand there in hexadecimal, as the machine has them in memory. All routes are up, and
+// a destination without a mask is the default's.
 static void take_route(kernel_view *view, const char *line)
 {
     route_view route = {};
-    unsigned destination, gateway, flags, mask;
-    int count = sscanf(line, "%15s %x %x %x %*d %*d %d %x", route.iface, &destination, &gateway,
-                       &flags, &route.metric, &mask);
-    constexpr unsigned IS_UP = 1; // RTF_UP
-    if (count != 6 || destination != 0 || mask != 0 || (flags & IS_UP) == 0 ||
-        view->defaults == ROUTES_MAX)
+    unsigned gateway, mask;
+    int count =
+        sscanf(line, "%15s %*x %x %*x %*d %*d %d %x", route.iface, &gateway, &route.metric, &mask);
+    if (count != 4 || mask != 0 || view->defaults == ROUTES_MAX)
         return;
     route.gateway_be = gateway;
     view->default_route[view->defaults++] = route;

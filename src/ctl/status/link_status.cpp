@@ -5,7 +5,7 @@
 
 const char *subject_name(subject what)
 {
-    static const char *const names[] = {"lan", "wan", "tunnel", "other", "router"};
+    static const char *const names[] = {"lan", "wan", "tunnel", "other"};
     return names[static_cast<size_t>(what)];
 }
 

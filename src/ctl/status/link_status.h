@@ -20,7 +20,7 @@ enum class subject : unsigned char {
     router, // all that is nobody's in particular
 };
 
-const char *subject_name(subject what);
+const char *subject_name(subject what); // of all but the router itself
 
 constexpr size_t REASONS_OF_LINK_MAX = 6;
 constexpr size_t SHOWN_NAME_MAX = 32;

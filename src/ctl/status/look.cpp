@@ -18,16 +18,27 @@ constexpr timespec BETWEEN_TRIES = {0, 60 * 1000 * 1000};
 struct read_document {
     json_t *root;
     bool is_missing;
-    const char *fault; // null when it was read
+    const char *fault; // null when it was read; else there is no root
     bool is_whole;     // all of it was seen, so the fault is its own
-    char error[96];
 };
+
+static void read_text(read_document *document, const loaded_file &file)
+{
+    document->root = read_json_text(file.bytes, file.length, nullptr);
+    document->is_whole = !file.is_cut && !json_memory_failed();
+    if (!document->is_whole) {
+        json_decref(document->root);
+        document->root = nullptr;
+        document->fault = file.is_cut ? "is too long" : "is too long for the memory";
+    } else if (document->root == nullptr) {
+        document->fault = "is no JSON";
+    }
+}
 
 static void read_once(read_document *document, const char *path)
 {
     *document = {};
     loaded_file file = load_file("/", path);
-    json_error_t error = {};
     switch (file.state) {
     case file_state::missing:
         document->is_missing = true;
@@ -40,12 +51,7 @@ static void read_once(read_document *document, const char *path)
         document->fault = "cannot be read";
         break;
     case file_state::loaded:
-        document->root = read_json_text(file.bytes, file.length, &error);
-        document->is_whole = !file.is_cut && !json_memory_failed();
-        if (!document->is_whole)
-            document->fault = file.is_cut ? "is too long" : "is too long for the memory";
-        else if (document->root == nullptr)
-            document->fault = "is no JSON";
+        read_text(document, file);
         break;
     }
     unload_file(&file);
@@ -59,8 +65,6 @@ static void read_settled(read_document *document, const char *path)
         read_once(document, path);
         if (document->fault == nullptr || document->is_missing)
             return;
-        if (i + 1 < READING_TRIES)
-            json_decref(document->root);
     }
 }
 

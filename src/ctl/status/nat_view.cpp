@@ -23,8 +23,8 @@ static const char *next_line(const char *line)
 
 static bool is_jump(const rule_words &rule)
 {
-    return rule.count > 1 && strcmp(rule.word[1], "PREROUTING") == 0 &&
-           strcmp(option_of(rule, "-j"), FORWARDS) == 0;
+    // With a target, it has a chain.
+    return strcmp(option_of(rule, "-j"), FORWARDS) == 0 && strcmp(rule.word[1], "PREROUTING") == 0;
 }
 
 static void take_jump(nat_view *view, const rule_words &rule)
