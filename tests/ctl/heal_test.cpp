@@ -120,6 +120,25 @@ TEST_F(heal_command, leaves_alone_what_is_another_at_the_second_look)
                 0755);
     EXPECT_EQ(run_mctl({"heal"}), (told{0, "", ""})) << "gone by itself";
     EXPECT_EQ(looks(), 2U);
+    world.write("/iptables",
+                COUNT + R"(echo '{"Network":{"Lan":[],"Wan":[{"iface":"w1","name":"ANOTHER",)"
+                        R"("type":"dhcp","auto":false}]}}' > /var/run/Config
+                        echo "-A PREROUTING -d 192.0.2.66/32 -i w1 -j VSERVER")",
+                0755);
+    EXPECT_EQ(run_mctl({"heal"}), (told{1, "", ""})) << "of another name";
+}
+
+// The links that there are at a look, and no more: the last one was the router's before.
+TEST_F(heal_command, rests_when_a_link_has_gone)
+{
+    world.write("/iptables", "#!/bin/sh\n", 0755);
+    world.write("/var/lock/Config.lock", "999999");
+    world.write(STORE, R"({"state_links":[{"iface":"ppp7","ipaddr":"10.1.1.1"}]})");
+    EXPECT_EQ(run_mctl({"heal"}), (told{0,
+                                        "router: remove the lock Config\n"
+                                        "ppp7: take back what is recorded of ppp7\n",
+                                        ""}));
+    EXPECT_EQ(support::rests(world.trace(), "sleep "), "2");
 }
 
 TEST_F(heal_command, that_is_dry_looks_once_and_says_what_it_would_do)
@@ -246,10 +265,11 @@ TEST_F(heal_command, leaves_all_ways_alone_during_a_rebuild)
     world.write("/var/run/Config", R"({"Network":{"Lan":[],"Wan":[]}})");
     world.write(STORE, R"({"state_links":[{"iface":"w1","ipaddr":"192.0.2.77"}]})");
     having another(FIREWALL_RECORD);
-    world.write("/iptables", "#!/bin/sh\n", 0755);
+    world.write("/iptables", COUNT, 0755);
     EXPECT_EQ(run_mctl({"heal"}),
               (told{1, "w1: left alone, as the firewall is being rebuilt\n", ""}));
-    EXPECT_EQ(looks(), 0U);
+    EXPECT_EQ(looks(), 2U);
+    world.write("/look", "0\n");
     has_left("w1", "77/32 -i w1 -j VSERVER\n-A PREROUTING -d 192.0.2.77");
     EXPECT_EQ(run_mctl({"heal"}),
               (told{1, "w1: left alone, as the firewall is being rebuilt\n", ""}));

@@ -32,8 +32,8 @@ const refusal_row rows[] = {
      "    iptables-restore: line 2 failed\n    /tmp/filter_rules:2: -A INPUT -j DROP\n"},
     {"the last line, without an end", "*filter\n-A INPUT -j DROP", "line: 2\n", "", "", "    line: 2\n    /tmp/filter_rules:2: -A INPUT -j DROP\n"},
     {"an empty line", "*filter\n\n-A INPUT -j DROP\n", "line 2 failed\n", "", "", "    line 2 failed\n    /tmp/filter_rules:2: \n"},
-    {"the last of several lines told", "one\ntwo\nthree\n", "Bad argument `line'\nError occurred at line: 3\nTry `iptables-restore -h' for more\n", "", "",
-     "    Bad argument `line'\n    Error occurred at line: 3\n    Try `iptables-restore -h' for more\n    /tmp/filter_rules:3: three\n"},
+    {"the last of several lines told", "one\ntwo\nthree\n", "Bad argument `line'\nError occurred at line: 3\nTry `iptables-restore -h' for each line\n", "", "",
+     "    Bad argument `line'\n    Error occurred at line: 3\n    Try `iptables-restore -h' for each line\n    /tmp/filter_rules:3: three\n"},
     {"no such file", "", "line 1 failed\n", "", "", "    line 1 failed\n"},
     {"a line that is too long to be shown", "-A INPUT " + LONG + "\nnext\n", "line 1 failed\n", "", "",
      "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT " + LONG.substr(0, 1014) + "\n"},
@@ -61,6 +61,9 @@ const refusal_row rows[] = {
      "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT -s 10.0.0.1 -j DROP\n    made of /etc/default/rules:2\n"},
     {"entries of which only flags and dashes are alike", "-A INPUT -s 203.0.113.9 1\n", "line 1 failed\n", "/etc/default/rules", "- 1 - - - 1 1\n",
      "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT -s 203.0.113.9 1\n"},
+    {"entries told apart by two figures", "-A VSERVER -p tcp --dport 22 -j ACCEPT\n", "line 1 failed\n", "/etc/default/vservers", "a tcp 80 - - - - -\nb tcp 22 - - - - -\n",
+     "    line 1 failed\n    /tmp/filter_rules:1: -A VSERVER -p tcp --dport 22 -j ACCEPT\n    made of /etc/default/vservers:2\n"},
+    {"a rule of two words", "-A INPUT\n", "line 1 failed\n", "/etc/default/rules", "INPUT\n", "    line 1 failed\n    /tmp/filter_rules:1: -A INPUT\n    made of /etc/default/rules:1\n"},
     {"a line of one word", "INPUT\n", "line 1 failed\n", "/etc/default/rules", "INPUT\n", "    line 1 failed\n    /tmp/filter_rules:1: INPUT\n"},
 };
 // clang-format on

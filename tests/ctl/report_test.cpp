@@ -56,7 +56,7 @@ TEST_F(report_command, tells_all_that_a_bug_report_needs)
     world.write("/var/run/state_link", R"({"state_links":[{"iface":"ppp1","login":null}]})");
     world.write("/etc/default/ppp-peers", "# name pppoe auto login passwd iface ac service metric\n"
                                           "wan1 pppoe 1 grandma sesame42 vlan2 ac1 isp 1\n"
-                                          " \tten-four\tl2tp  0\tsomeone\tabc 192.0.2.9 3\n"
+                                          " \tten-four\tl2tp   0\tsomeone\tabc 192.0.2.9 3\n"
                                           "short pptp\n"
                                           "x\n");
     world.write("/etc/nvram/0", "ethaddr=00:0A:EB:11:22:30\npin=12345670\nno equals sign\n" +
@@ -74,8 +74,8 @@ TEST_F(report_command, tells_all_that_a_bug_report_needs)
                 R"({"iface":"vlan2","name":"WAN","auto":true,"type":"pppoe","have_tunnels":true,)"
                 R"("Tunnels":[{"name":"wan1","type":"pppoe","auto":true,"metric":1,"rate":1.5,)"
                 R"("login":"somebody","passwd":["se","same"]},{"name":"wan2","passwd":"ab"}]}]}})");
-    world.on(
-        "print '-P INPUT ACCEPT\\n-A INPUT -j DROP\\n-N X\\n-A X -j ACCEPT' iptables -t filter -S");
+    world.on("print '-P INPUT ACCEPT\\n-A INPUT -j DROP\\n-N X\\n-Another\\n-A X -j ACCEPT' "
+             "iptables -t filter -S");
     world.on("exit 4 iptables -t mangle -S");
     EXPECT_TRACE("\n" + world.fixture("ctl/report"), report());
     EXPECT_EQ(

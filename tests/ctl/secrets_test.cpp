@@ -18,6 +18,7 @@ TEST(secret_key, is_told_by_its_name)
     for (const char *key : {"", "1", "SSID1", "DefaultKeyID", "Key1Type", "KeyRotation", "ethaddr",
                             "Strength", "ke", "ey1"})
         EXPECT_FALSE(is_secret_key(key)) << key;
+    EXPECT_FALSE(is_secret_key(&"key71"[4])) << "what stands before it is not of it";
 }
 
 TEST(secret_member, is_a_login_or_a_password)
@@ -62,7 +63,7 @@ TEST_F(learned_secrets, of_peers_are_logins_and_passwords_of_comments_too)
                                           "wan1 pppoe 1 somebody sesame42 vlan2 ac1 isp 1\n"
                                           "#\t old l2tp 0 grandma - 192.0.2.9 3\r\n"
                                           "odd l2tp \r1 uncle - 192.0.2.9 3\n"
-                                          "### older l2tp 0 grandpa tobacco\n"
+                                          "## # older l2tp 0 grandpa tobacco\n"
                                           "last l2tp 1 aunt dog\r\n"
                                           "short pptp 1\n");
     EXPECT_EQ(learn(), (list{"sesame42", "somebody", "grandma", "grandpa", "tobacco", "uncle",
@@ -155,6 +156,7 @@ TEST_F(learned_secrets, are_masked)
         SCOPED_TRACE(row.text);
         EXPECT_EQ(masked(row.text, row.with_short), row.expected);
     }
+    EXPECT_EQ(masked(&"zabc"[1], true), "***") << "what stands before the text is not of it";
 }
 
 } // namespace

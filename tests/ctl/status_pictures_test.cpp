@@ -83,6 +83,7 @@ const picture ROWS[] = {
     // ---- the LAN
     {"no LAN and no WAN", "", "", "", ""},
     {"only the first LAN counts", LAN + ",{'iface':'br1','name':'LAN1','type':'static','ipaddr':'10.0.0.1'}", "", "", BR0},
+    {"a LAN of a name of one letter", "{'iface':'br0','name':'L','auto':true,'type':'static','ipaddr':'192.168.1.1'}", "", "", BR0},
     {"a LAN of two addresses", LAN, "", "", "br0 up 192.168.2.1/24 192.168.1.1/24\n"},
     {"a LAN without its interface", LAN, "", "", "vlan2 up\n"},
     {"a LAN that is down", LAN, "", "", "br0 down\n"},
@@ -114,7 +115,9 @@ const picture ROWS[] = {
     {"a client without a cable", LAN, DHCP, LEASE, BR0 + "vlan2 idle 192.0.2.77/24\n", JUMP, CLIENT},
     {"a client without a lease so far", LAN, DHCP, NO_STORE, BR0 + "vlan2 up\n", "", CLIENT},
     {"a client whose lease has ended", LAN, DHCP, "", BR0 + "vlan2 up\n", "", CLIENT, {{"/tmp/udhcpc.vlan2.expires", "1500000000\n"}}},
+    {"a client whose lease ended in the first second of the clock", LAN, DHCP, "", BR0 + "vlan2 up\n", "", CLIENT, {{"/tmp/udhcpc.vlan2.expires", "1\n"}}},
     {"a client whose lease ended as nobody knows when", LAN, DHCP, "", BR0 + "vlan2 up 0.0.0.0/0\n", jump("vlan2", "192.0.2.66"), CLIENT, {{"/tmp/udhcpc.vlan2.expires", "never\n"}}},
+    {"a lease recorded behind a modem's link", LAN, DHCP, "{'iface':'ppp0','name':'modem'}," + LEASE, WAN_UP + "ppp0 up\n", JUMP, CLIENT},
     {"a lease that is not recorded", LAN, DHCP, "", WAN_UP, JUMP, CLIENT},
     {"a lease that is not recorded nor led into the forwards", LAN, DHCP, "", WAN_UP, jump("vlan2", "192.0.2.66"), CLIENT},
     {"a recorded lease without its address", LAN, DHCP, LEASE, BR0 + "vlan2 up\n", JUMP, CLIENT},
@@ -143,6 +146,7 @@ const picture ROWS[] = {
     {"a static WAN that is not recorded", LAN, STATIC, "", WAN_UP, JUMP},
     {"a static WAN without its address", LAN, STATIC, STATIC_RECORD, BR0 + "vlan2 up\n", JUMP},
     {"a static WAN without a route", LAN, STATIC, STATIC_RECORD, BR0 + VLAN2, JUMP},
+    {"a static WAN without a route and a metric, of another record", LAN, "{'iface':'vlan2','name':'WAN','type':'static','ipaddr':'192.0.2.77','gateway':'192.0.2.1'}", record("'iface':'vlan2','type':'static','metric':7,'ipaddr':'192.0.2.77','gateway':'192.0.2.9'"), BR0 + VLAN2, JUMP},
     {"a static WAN with a route elsewhere", LAN, STATIC, STATIC_RECORD, BR0 + VLAN2 + "route vlan2 6 192.0.2.9\n", JUMP},
     {"a static WAN without a gateway", LAN, "{'iface':'vlan2','name':'WAN','type':'static','ipaddr':'192.0.2.77','gateway':null}", STATIC_RECORD, BR0 + VLAN2, JUMP},
     {"a static WAN without its way into the forwards", LAN, STATIC, STATIC_RECORD, WAN_UP},
@@ -166,6 +170,8 @@ const picture ROWS[] = {
     {"a tunnel that dials, whose interface has no address", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), "", BR0 + "vlan2 up\nppp1 up\n", "", PPPD},
     {"a tunnel that is not recorded", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), "", PPP_UP, PPP_JUMP, PPPD},
     {"a tunnel that is not recorded, of a name with a dash", LAN, wan_of("pppoe", tunnel("pppoe", "wan1-isp")), "", PPP_UP, PPP_JUMP, {{"/var/run/ppp-pppoe-wan1-isp.pid", "pppd"}}},
+    {"a tunnel that is not recorded, without a name", LAN, wan_of("pppoe", "{'type':'pppoe','auto':true,'metric':1}"), "{'iface':'ppp9','type':'pppoe','name':null}", PPP_UP + "ppp9 up\n", PPP_JUMP, {{"/var/run/ppp-pppoe-.pid", "pppd"}}},
+    {"a recorded tunnel of a name of one letter", LAN, wan_of("pppoe", tunnel("pppoe", "w")), record("'iface':'ppp1','type':'pppoe','name':'w','ipaddr':'10.9.0.10'"), PPP_UP, PPP_JUMP, {{"/var/run/ppp-pppoe-w.pid", "pppd"}}},
     {"a recorded tunnel whose daemon does not run", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), DIALLED, BR0 + "vlan2 up\n", PPP_JUMP},
     {"a recorded tunnel of a name with a dash", LAN, wan_of("pppoe", tunnel("pppoe", "wan1-isp")), DIALLED, BR0 + "vlan2 up\n", PPP_JUMP},
     {"a recorded tunnel of another type", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), record("'iface':'ppp1','type':'pptp','name':'wan1','ipaddr':null"), BR0 + "vlan2 up\n", "", PPPD},
@@ -189,6 +195,7 @@ const picture ROWS[] = {
     {"a WAN by PPPoE with an old way", LAN, wan_of("pppoe", ""), "", BR0 + "vlan2 up\n", jump("vlan2", "192.0.2.66")},
     {"a WAN of an unknown type", LAN, "{'iface':'vlan2','name':'WAN','auto':true,'type':'ipoa'}", "", BR0 + "vlan2 up\n", jump("vlan2", "192.0.2.66")},
     {"a client missing below a daemon that runs", LAN, wan_of("dhcp", tunnel("l2tp", "work")), LEASE, WAN_UP, JUMP, XL2TPD},
+    {"a client missing below two tunnels, of which the second's daemon runs", LAN, wan_of("dhcp", tunnel("pptp", "one") + "," + tunnel("pptp", "work")), LEASE, WAN_UP, JUMP, {{"/var/run/ppp-pptp-work.pid", "pppd"}}},
     {"a client missing below a daemon that runs over nothing", LAN, wan_of("dhcp", tunnel("l2tp", "work")), LEASE, BR0 + "vlan2 down 192.0.2.77/24\n", JUMP, XL2TPD},
     {"a client missing below a daemon that runs over no address", LAN, wan_of("dhcp", tunnel("l2tp", "work")), LEASE, BR0 + "vlan2 up 0.0.0.0/0\n", JUMP, XL2TPD},
 
@@ -208,6 +215,7 @@ const picture ROWS[] = {
     {"a tunnel more than can be shown", "", MANY.substr(0, MANY.rfind(",{")) + "," + wan_of("pppoe", tunnel("pppoe", "wan1")), "", "vlan2 up\n"},
     {"a record more than can be shown", "", MANY, LEASE, ""},
     {"a way that nobody's is", LAN, DHCP, LEASE, WAN_UP, jump("ppp4", "192.0.2.65") + JUMP + jump("ppp5", "192.0.2.64") + jump("ppp4", "192.0.2.63"), CLIENT},
+    {"a way that nobody's is, behind one that is", LAN, DHCP, LEASE, WAN_UP, JUMP + jump("ppp4", "192.0.2.65"), CLIENT},
     {"all that a router can have wrong", LAN, "", NO_STORE, BR0, jump("ppp4", "192.0.2.65"), {{"/var/lock/Config.lock", "mcfg"}},
      {{"/var/lock/state_link.lock", "999999"}, {"/var/run/state_link", "[1"}, {"/tmp/nat_rules", "-A VSERVER -j ACCEPT\n"}, {"/etc/default/dns.conf", "dns1=192.0.2.54\n"},
       {"/etc/default/network-interfaces", ""}, {"/etc/default/wimax", ""}}},
@@ -371,6 +379,26 @@ TEST_F(judged_again, is_left_alone_without_memory_to_see_it)
     EXPECT_STREQ(fault, "/var/run/Config is too long for the memory: mcfg set_config makes it");
     EXPECT_EQ(world.read("/var/run/state_link"), "[1");
     EXPECT_EQ(world.trace(), "");
+}
+
+TEST_F(judged_again, knows_nothing_of_the_look_before)
+{
+    show({"", "", "", "{'iface':'ppp0','name':'modem','ipaddr':'10.1.1.1'}", ""});
+    const json_t *record = json_array_get(all_records(at), 0);
+    for (link_status &link : status.link)
+        link.record = record;
+    judge(at, &status);
+    EXPECT_EQ(status.links, 2U) << "the modem's link, and the router";
+}
+
+// It leads all into the forwards, and is nobody's: not even the router's, which has no interface.
+TEST_F(judged_again, is_no_ones_way_without_an_interface)
+{
+    show({"", LAN, "", NO_STORE, BR0, "-A PREROUTING -d 192.0.2.65/32 -j VSERVER\n"});
+    const link_status &router = status.link[status.links - 1];
+    ASSERT_EQ(router.reasons, 1U);
+    EXPECT_EQ(router.reason_of[0].id, reason::jump_old);
+    EXPECT_STREQ(router.reason_of[0].detail, "192.0.2.65 on ");
 }
 
 struct age_row {
