@@ -32,8 +32,7 @@ void learn_schedules(settings *all)
         bool has_match =
             words.count > SCHED_TIME && makes_match(words.word[SCHED_DAYS], words.word[SCHED_TIME]);
         size_t length = strlen(words.word[SCHED_NAME]);
-        const char *name = line.raw + strspn(line.text, " ");
-        add_name(&all->schedules, {name, length, line.number, is_on, has_match});
+        add_name(&all->schedules, {line.raw, length, line.number, is_on, has_match});
     }
     sort_names(&all->schedules);
 }
