@@ -134,6 +134,19 @@ TEST_F(report_command, of_a_router_without_anything_says_so)
 }
 
 // Where the system's log is no file, it is asked for.
+// What the status could not look at is none of the findings'.
+TEST_F(report_command, says_in_each_part_what_it_could_not_look_at_there)
+{
+    world.write("/var/run/Config", R"({"Network":{"Lan":[],"Wan":[]}})");
+    world.on("fail EIO exists /var/lock/Config.lock");
+    std::string text = report();
+    EXPECT_NE(text.find("\n==== mctl status\ncould not look: cannot look at "
+                        "/var/lock/Config.lock: Input/output error\n"),
+              std::string::npos)
+        << text.substr(0, 500);
+    EXPECT_EQ(text.find("not all is told"), std::string::npos) << text.substr(0, 3000);
+}
+
 TEST_F(report_command, has_the_log_from_elsewhere)
 {
     world.on("print 'a line of 12345670\\n' logread");

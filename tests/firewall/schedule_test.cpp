@@ -103,6 +103,10 @@ INSTANTIATE_TEST_SUITE_P(
         lookup_case{"first_one_counts",
                     "night 1 - 1111111 22000600 -\nnight 1 - 1000000 10001100 -\n",
                     "1111111|22000600|"},
+        lookup_case{"behind_two_of_one_name",
+                    "day 1 - 0111110 08001730 -\nday 1 - 0111110 08001730 -\n"
+                    "night 1 - 1111111 22000600 -\n",
+                    "1111111|22000600|"},
         lookup_case{"other_case", "Night 1 - 1111111 22000600 -\n", "none"},
         lookup_case{"longer_name", "nights 1 - 1111111 22000600 -\n", "none"},
         lookup_case{"white_space_before", " night 1 - 1111111 22000600 -\n", "none"},

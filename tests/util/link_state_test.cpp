@@ -62,6 +62,8 @@ struct save_row {
     const char *after;
 };
 
+const std::string fair_entry = R"({"name":")" + std::string(63, 'n') + R"("})";
+const std::string one_fair_entry = R"({"state_links":[)" + fair_entry + "]}";
 const std::string long_name(64, 'n');
 const std::string long_entry = R"({"name":")" + long_name + R"("})";
 const std::string two_long_entries = R"({"state_links":[)" + long_entry + "," + long_entry + "]}";
@@ -122,6 +124,10 @@ const save_row save_rows[] = {
      nullptr,
      {R"({"name":null})", R"({"name":7})"},
      R"({"state_links":[{"name":null},{"name":7}]})"},
+    {"a name of 63 characters is found again",
+     nullptr,
+     {fair_entry.c_str(), fair_entry.c_str()},
+     one_fair_entry.c_str()},
     {"a name of 64 characters is not found again",
      nullptr,
      {long_entry.c_str(), long_entry.c_str()},

@@ -375,6 +375,12 @@ const down_row down_rows[] = {
         ioctl eth9 SIOCSIFADDR 0.0.0.0
      )",
      "{\n   \"state_links\": []\n}"},
+    {"behind another link's record", R"({"state_links":[{"iface":"eth8"},{"iface":"eth9"}]})", true,
+     R"(
+        ioctl eth9 SIOCSIFFLAGS 0x0
+        ioctl eth9 SIOCSIFADDR 0.0.0.0
+     )",
+     "{\n   \"state_links\": [\n      {\n         \"iface\": \"eth8\"\n      }\n   ]\n}"},
     {"no record: the file is not even written", R"({"state_links":[{"iface":"eth99"}]})", false, "",
      R"({"state_links":[{"iface":"eth99"}]})"},
     {"no state_links", R"({"x":1})", false, "", R"({"x":1})"},
