@@ -77,6 +77,15 @@ TEST_F(learned_secrets, of_nvram_are_the_values_of_such_keys)
     EXPECT_EQ(learn(), (list{"12345670", "a\\x0db=c", "a\rb=c", "a=b"}));
 }
 
+TEST_F(learned_secrets, stand_behind_nul_bytes_too)
+{
+    const std::string nul(1, '\0');
+    world.write("/etc/default/ppp-peers",
+                nul + nul + "torn\nwan1 pppoe" + nul + " 1 lost\nwan2 pppoe 1 somebody sesame42\n");
+    world.write("/etc/nvram/1", "SSID1=home" + nul + "WPAPSK1=my passphrase" + nul);
+    EXPECT_EQ(learn(), (list{"my passphrase", "sesame42", "somebody"}));
+}
+
 TEST_F(learned_secrets, of_the_document_are_such_members_however_deep)
 {
     world.write("/var/run/Config", R"({"login": "outside", "Network": {"Wan": [

@@ -132,6 +132,11 @@ static void for_lines(const char *path, secrets *all, void (*learn)(secrets *all
     loaded_file file = load_source(all, path);
     if (file.state != file_state::loaded)
         return;
+    // The readers go on behind a NUL byte, with the next line or the next pair of NVRAM.
+    for (size_t i = 0; i < file.length; i++) {
+        if (file.bytes[i] == '\0')
+            file.bytes[i] = '\n';
+    }
     char *rest = file.bytes;
     for (char *line; (line = take_line(&rest)) != nullptr;)
         learn(all, line);
