@@ -47,7 +47,7 @@ const line_table tables[] = {
         "vlan2 wan 1 static 192.0.2.77 255.255.255.0 127.0.0.1 5 - - -", "vlan2 wan 1 static 192.0.2.77 255.255.255.0 - 5 - - -",
         "vlan2 wan 1 static 192.0.2.77 255.255.255.252 192.0.2.81 5 - - -", "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 5 192.0.2.254 - -",
         "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 5 192.0.2 - -", "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 5 192.0.2.255 - -",
-        "vlan2 wan 1 static 10.200.30.40 255.255.0.0 10.200.0.1 5 10.255.255.255 - -",
+        "vlan2 wan 1 static 10.200.30.40 255.255.0.0 10.200.0.1 5 10.255.255.255 - -", "vlan2 wan 1 static 10.1.30.40 255.255.0.0 10.1.0.1 5 10.255.255.255 - -",
         "vlan2 wan 1 static 192.168.1.77 255.255.255.0 192.168.1.254 5 - - -", "vlan2 wan 1 static 192.168.2.77 255.255.255.0 192.168.2.254 5 - - -",
         "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 x - - -", "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 99999 - - -",
         "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 100000 - - -", "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 05 - - -",
@@ -78,7 +78,7 @@ const line_table tables[] = {
         "wan pppoe 1 login secret vlan2 ac1 isp 1\n", "wan-a pppoe 1 login secret vlan2 ac1 isp 1\n", "wimax pppoe 1 login secret vlan2 ac1 isp 1\n", "wimax-a pppoe 1 login secret vlan2 ac1 isp 1\n", "waa pppoe 1 login secret vlan2 ac1 isp 1\n", "waaaa pppoe 1 login secret vlan2 ac1 isp 1\n", "-a\tb pppoe 1 login secret vlan2 ac1 isp 1\n", "-a\xe9 pppoe 1 login secret vlan2 ac1 isp 1\n", "wan1 pppoe 1 login secret vlan2 ac1 192.0.2.9 1\n",
         "a-b pppoe 1 login secret vlan2 ac1 isp 1\n", "-ab pppoe 1 login secret vlan2 ac1 isp 1\n", ".ab pppoe 1 login secret vlan2 ac1 isp 1\n", "a/b pppoe 1 login secret vlan2 ac1 isp 1\n", "a;b pppoe 1 login secret vlan2 ac1 isp 1\n",
         "a pppoe 0 login secret vlan2 ac1 isp 1\na pppoe 1 login secret vlan2 ac1 isp 1\n", "b pppoe 0 l p vlan2 x x 1\na pppoe 0 l p vlan2 x x 1\na pppoe 0 l p vlan2 x x 1\n", "a pppoe 1 l p vlan2 x x 1\nb pppoe 1 l p vlan2 x x 1\nc pppoe 1 l p vlan2 x x 1\nd pppoe 1 l p vlan2 x x 1\n",
-        "a b 0\nwan11 pppoe", "a pppoe 1 l p vlan2 x x 1\nb l2tp 1 l p 192.0.2.9 1\n", "a pppoe 1 l p vlan2 x x 1\nb pptp 1 l p 192.0.2.9 1\n", "b pptp 1 l p 192.0.2.9 1\n", "# only\n", " x pppoe 1 l p vlan2 x x 1\n", "\ta\n",
+        "a b 0\nwan11 pppoe", "a pppoe 1 l p vlan2 x x 1\nb l2tp 1 l p 192.0.2.9 1\n", "a pppoe 1 l p vlan2 x x 1\nb pptp 1 l p 192.0.2.9 1\n", "b pptp 1 l p 192.0.2.9 1\n", "# only\n", "# only\n \t", " x pppoe 1 l p vlan2 x x 1\n", "\ta\n",
         "a pppoe 1 " + std::string(63, 'l') + " p vlan2 x x 1\n", "a pppoe 1 " + std::string(64, 'l') + " p vlan2 x x 1\n"}},
     {"a peer over DHCP", PEERS, "", "", DHCP_WAN, {
         "a pptp 1 l p 192.0.2.9 1\n", "a pptp 1 l p 192.0.2.9 101\n", "a pptp 1 l p 192.0.2.9 102\n", "a pptp 1 l p vpn.example.net 1\n", "a pptp 1 l p vpn_example 1\n", "a pptp 1 l p my_vpn_example 1\n", "a pptp 1 l p -vpn 1\n", "a pptp 1 l p 192.0.2 1\n", "a pptp 1 l p 192-0-2 1\n", "a pptp 1 l p vpn-1 1\n",
