@@ -31,6 +31,7 @@ struct pid_row {
 const pid_row pid_rows[] = {
     {"a line", "12\n", 12, ""},
     {"no line end", "12", 12, ""},
+    {"a figure", "7", 7, ""},
     {"two lines, as pppd writes them", "12\nppp1\n", 12, "ppp1"},
     {"two lines without an end", "12\nppp1", 12, "ppp1"},
     {"three lines", "12\nppp1\nmore\n", 12, "ppp1"},

@@ -183,6 +183,7 @@ const picture ROWS[] = {
     {"a recorded tunnel without its address", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), DIALLED, BR0 + "vlan2 up\nppp1 up\n", PPP_JUMP, PPPD},
     {"a recorded tunnel by PPTP without its address", LAN, wan_of("dhcp", tunnel("pptp", "work")), LEASE + ",{'iface':'ppp1','type':'pptp','name':'work','ipaddr':'10.9.0.10'}", WAN_UP + "ppp1 up\n", JUMP, CLIENT_AND_PPTP},
     {"a recorded tunnel by L2TP without its address", LAN, wan_of("dhcp", tunnel("l2tp", "work")), LEASE + ",{'iface':'ppp1','type':'l2tp','name':'work','ipaddr':'10.9.0.10'}", WAN_UP + "ppp1 up\n", JUMP, {{"/var/run/udhcpc.vlan2.pid", "udhcpc"}, {"/var/run/xl2tpd.pid", "xl2tpd"}, {"/var/run/ppp-l2tp-work.pid", "pppd"}}},
+    {"a recorded tunnel by L2TP without its address and its pppd", LAN, wan_of("dhcp", tunnel("l2tp", "work")), LEASE + ",{'iface':'ppp1','type':'l2tp','name':'work','ipaddr':'10.9.0.10'}", WAN_UP + "ppp1 up\n", JUMP, CLIENT_AND_XL2TPD},
     {"a recorded tunnel without its way into the forwards", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), DIALLED, PPP_UP, "", PPPD},
     {"a recorded tunnel without a route", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), DIALLED, BR0 + "vlan2 up\nppp1 up 10.9.0.10/32 peer 10.9.0.1\n", PPP_JUMP, PPPD},
     {"a recorded tunnel with a route by a gateway", LAN, wan_of("pppoe", tunnel("pppoe", "wan1")), DIALLED, BR0 + "vlan2 up\nppp1 up 10.9.0.10/32 peer 10.9.0.1\nroute ppp1 2 10.9.0.1\n", PPP_JUMP, PPPD},

@@ -248,6 +248,7 @@ TEST_F(status_reason, no_address_of_a_client_that_ends)
                        "WAN: end its client, which would not ask for an address again\n"
                        "WAN: start it: mcfg start_wan 1 0\n");
     EXPECT_EQ(waitpid(watcher, nullptr, 0), watcher);
+    EXPECT_EQ(world.trace().find("sleep 1 (x"), std::string::npos) << "no longer than it takes";
 }
 
 // An event that met the lock: the record is of the address before.

@@ -230,8 +230,7 @@ static bool end_stray(const healing &h, const link_status &link, const found_rea
         return record_link(h, link, found);
     }
     undo(h, link);
-    if (link.process != 0)
-        wake_up(h, link);
+    wake_up(h, link);
     return true;
 }
 
