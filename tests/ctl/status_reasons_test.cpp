@@ -2,6 +2,7 @@
 // else, heal mends it (or the world does), and the status is content.
 #include "ctl/heal/heal.h"
 #include "ctl/router_world.h"
+#include "ctl/status/tunnel_daemons.h"
 
 #include <fcntl.h>
 #include <fstream>
@@ -288,6 +289,19 @@ TEST_F(status_reason, no_address_of_a_tunnel_that_is_dialled)
     expect({"wan1 odd: no-address"});
     EXPECT_EQ(heal(1), "wan1: take back what is recorded of ppp1\n");
     expect({"wan1 dialling: not-connected"});
+}
+
+TEST_F(status_reason, daemon_down_is_asked_of_the_daemon_that_there_is_by_then)
+{
+    json_t *l2tp = json_pack("{s:s, s:s}", "type", "l2tp", "name", "work");
+    json_t *pppoe = json_pack("{s:s, s:s}", "type", "pppoe", "name", "work");
+    dialling_pppd left("/etc/ppp/peers/work", "file");
+    EXPECT_EQ(std::to_string(find_left_pppd(l2tp)), left.number());
+    EXPECT_EQ(find_left_pppd(pppoe), 0) << "which is no pppd of xl2tpd's";
+    run_daemon("xl2tpd", "/var/run/xl2tpd.pid");
+    EXPECT_EQ(find_left_pppd(l2tp), 0) << "whose xl2tpd is back";
+    json_decref(l2tp);
+    json_decref(pppoe);
 }
 
 // Its pppd outlives it, and would look for its terminal for good.

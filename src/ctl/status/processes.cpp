@@ -15,9 +15,10 @@
 constexpr size_t PROC_TEXT_MAX = 1024;
 constexpr int WORDS_LOOKED_AT = 3;
 
-// At most cap - 1 bytes of a file, with a terminator. Returns how many, or 0 when there is none.
+// At most cap - 1 bytes of a file, with a terminator; none when there is none. Returns how many.
 static size_t read_start(const char *path, char *text, size_t cap)
 {
+    text[0] = '\0';
     int fd = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) {
         note_unseen(path, errno);
@@ -58,8 +59,7 @@ static bool is_named(const char *text, const char *const names[], size_t count)
 static bool has_state(int number, char *name, size_t cap)
 {
     char stat[PROC_TEXT_MAX];
-    if (read_process_file(number, "stat", stat) == 0)
-        return false;
+    read_process_file(number, "stat", stat);
     char *begin = strchr(stat, '(');
     char *end = strrchr(stat, ')');
     if (begin == nullptr || end == nullptr || end < begin || strlen(end) < 3)
@@ -135,8 +135,9 @@ pid_file read_pid_file(const char *path)
         note_unseen(path, errno);
         return file;
     }
-    if (!S_ISREG(status.st_mode) || read_start(path, text, sizeof(text)) == 0)
+    if (!S_ISREG(status.st_mode))
         return file;
+    read_start(path, text, sizeof(text));
     file.number = to_number(text);
     const char *line_end = strchr(text, '\n');
     if (line_end != nullptr)

@@ -31,7 +31,7 @@ int find_daemon(const json_t *tunnel)
     char path[PPP_PIDFILE_MAX];
     format_ppp_pidfile(path, text_of(tunnel, "type"), name);
     int found = find_process(is_l2tp(tunnel) ? XL2TPD_PIDFILE : path, daemon_of(tunnel));
-    if (found == 0 && !is_l2tp(tunnel) && name[0] != '\0')
+    if (found == 0 && !is_l2tp(tunnel) && *name != '\0')
         found = find_process_by_words("pppd", "call", name);
     return found;
 }
