@@ -400,6 +400,8 @@ TEST_F(judged_again, is_no_ones_way_without_an_interface)
     ASSERT_EQ(router.reasons, 1U);
     EXPECT_EQ(router.reason_of[0].id, reason::jump_old);
     EXPECT_STREQ(router.reason_of[0].detail, "192.0.2.65 on ");
+    judge(at, &status);
+    EXPECT_EQ(router.reasons, 1U) << "what was found before is not found twice";
 }
 
 struct age_row {
