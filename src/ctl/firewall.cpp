@@ -7,6 +7,7 @@
 #include "ctl/record_lock.h"
 #include "ctl/refused_rule.h"
 #include "ctl/status/look.h"
+#include "ctl/unseen.h"
 #include "firewall/tables.h"
 #include "util/link_state.h"
 #include "util/tool_output.h"
@@ -212,6 +213,7 @@ static bool make_sure_of_jumps()
 static bool run(char **words)
 {
     check_firewall_settings("/", stdout);
+    tell_unseen();
     if (!rebuild(words))
         return false;
     bool are_right = make_sure_of_jumps();

@@ -3,6 +3,7 @@
 #include "util/text.h"
 
 #include <errno.h>
+#include <stdio.h>
 #include <string.h>
 
 static char unseen[96];
@@ -28,4 +29,13 @@ bool has_unseen(char *why, size_t room)
         return false;
     text_format(why, room, "cannot look at %s: %s", unseen, strerror(reason));
     return true;
+}
+
+bool tell_unseen()
+{
+    char why[160];
+    bool is_any = has_unseen(why, sizeof(why));
+    if (is_any)
+        fprintf(stderr, "mctl: %s\n", why);
+    return is_any;
 }

@@ -158,7 +158,7 @@ static const std::vector<invocation> table = {
     {"mctl-heal-dry-run", program::mctl, {"mctl", "heal", "--dry-run"}, {}, lose_client, 1},
     {"mctl-heal", program::mctl, {"mctl", "heal"}, {}, leave_lock_and_record},
     {"mctl-report", program::mctl, {"mctl", "report"}, {}, add_secrets},
-    {"mctl-firewall", program::mctl, {"mctl", "firewall", "br0", "vlan2", "none"}, {}, nullptr},
+    {"mctl-firewall", program::mctl, {"mctl", "firewall", "br0", "vlan2", "none"}, {}, spoil_settings},
 };
 
 // Nothing is left of a run in the kernel: commands and changes of interfaces are noted only.

@@ -90,6 +90,10 @@ const failing_row rows[] = {
     {"steps that are taken, and cannot be told", "heal", CALL_write, 1, EIO, 2,
      "vlan9: No such device\nmctl: standard output: Input/output error\n"},
 
+    {"the LAN that its forwards lead to", "firewall br0 vlan2 none", CALL_lstat, 3, EIO, 0,
+     "mctl: cannot look at /etc/default/network-interfaces: Input/output error\n"},
+    {"what of the settings could not be looked at", "firewall br0 vlan2 none", CALL_calloc, 1,
+     ENOMEM, 0, "mctl: cannot look at ports that are forwarded twice: Cannot allocate memory\n"},
     {"what is wrong with the settings cannot be told", "firewall br0 vlan2 none", CALL_write, 1,
      EIO, 2, OUTPUT},
     {"what became of a table cannot be told", "firewall br0 vlan2 none", CALL_write, 2, EIO, 2,

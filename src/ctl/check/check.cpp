@@ -128,6 +128,8 @@ static int check_from_to(const char *root, FILE *out, bool is_json, source first
     for (const source_row &row : sources) {
         if (row.which >= first && row.which <= last)
             judge_source(all, row);
+        else // what the others are judged by
+            note_unseen(row.path, file_of(all, row.which).error);
     }
     end_report(&found);
     unload_all(&all);
@@ -173,11 +175,6 @@ int check_main(int count, char **words)
         fprintf(stderr, "mctl: %s: no such directory\n", given.root);
         return 2;
     }
-    char why[160];
     int status = check_settings(given.root, stdout, given.is_json);
-    if (has_unseen(why, sizeof(why))) {
-        fprintf(stderr, "mctl: %s\n", why);
-        status = 2;
-    }
-    return status_of_output(status);
+    return status_of_output(tell_unseen() ? 2 : status);
 }

@@ -13,5 +13,6 @@ int check_main(int count, char **words);
 // error of its own.
 int check_settings(const char *root, FILE *out, bool is_json);
 
-// The same of the firewall's switches and lists alone, as text.
+// The same of the firewall's switches and lists alone, as text. Other files that cannot be read are
+// noted, whatever the reason.
 int check_firewall_settings(const char *root, FILE *out);
