@@ -42,7 +42,8 @@ static const char as_script[] = "#!/bin/sh\n"
                                 "[ -e \"$name\" ] || " BUSYBOX " ln -s /sbin/mcfg \"$name\"\n"
                                 "export PATH=/sbin:/bin:/usr/sbin:/usr/bin\n"
                                 "export " BOX_PRELOAD_SETTING "\n"
-                                "export " BOX_SANITIZER_SETTING "\n"
+                                "export " BOX_ADDRESS_SETTING "\n"
+                                "export " BOX_UNDEFINED_SETTING "\n"
                                 "exec \"$name\" \"$@\"\n";
 
 // Each line of the trace stands behind the numbers of three processes.

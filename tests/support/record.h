@@ -21,9 +21,15 @@ extern "C" {
 
 // The settings that the preloaded recorder takes out again before the program sees them. A program
 // built with the address sanitizer would refuse a library that comes before the sanitizer's, and
-// mcfg leaves its memory to the end of the process on purpose.
+// mcfg leaves its memory to the end of the process on purpose. A run may have no standard error,
+// or a child's may go elsewhere: that sanitizer reports to a file; the one for what is undefined
+// knows of none, and ends the process by a signal.
+#define BOX_REPORT_NAME "report"
 #define BOX_PRELOAD_SETTING "LD_PRELOAD=" BOX_PRELOAD
-#define BOX_SANITIZER_SETTING "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0"
+#define BOX_ADDRESS_SETTING                                                                        \
+    "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0:log_path=" BOX_DIRECTORY                 \
+    "/" BOX_REPORT_NAME
+#define BOX_UNDEFINED_SETTING "UBSAN_OPTIONS=abort_on_error=1"
 
 // A text that grows. Start from LINE_EMPTY, end with line_free().
 struct line {

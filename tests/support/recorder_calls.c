@@ -220,6 +220,7 @@ static bool is_open_refused(const char *path)
 // The recorder itself opens its files by openat().
 int open(const char *path, int flags, ...)
 {
+    note_seen(path);
     if (call_fails(CALL_open))
         return -1;
     RECORDERS_WORK;
@@ -230,7 +231,9 @@ int open(const char *path, int flags, ...)
     va_end(arguments);
     if (real == NULL)
         find_real("open", &real);
-    return is_open_refused(path) ? -1 : real(path, flags, mode);
+    int descriptor = is_open_refused(path) ? -1 : real(path, flags, mode);
+    note_opened(descriptor, path, (flags & O_ACCMODE) != O_RDONLY);
+    return descriptor;
 }
 
 int socket(int domain, int type, int protocol)
@@ -367,6 +370,7 @@ static int trace_existence(const char *path, int real_result)
 
 int access(const char *path, int how)
 {
+    note_seen(path);
     if (call_fails(CALL_access))
         return -1;
     RECORDERS_WORK;
@@ -376,6 +380,7 @@ int access(const char *path, int how)
 
 int stat(const char *restrict path, struct stat *restrict status)
 {
+    note_seen(path);
     if (call_fails(CALL_stat))
         return -1;
     RECORDERS_WORK;
@@ -385,6 +390,7 @@ int stat(const char *restrict path, struct stat *restrict status)
 
 int lstat(const char *restrict path, struct stat *restrict status)
 {
+    note_seen(path);
     if (call_fails(CALL_lstat))
         return -1;
     RECORDERS_WORK;

@@ -99,6 +99,58 @@ static bool is_chosen(enum counted_call call, uint32_t number)
     return true;
 }
 
+// ---- paths
+
+#define FOLLOWED_DESCRIPTORS 64
+#define FOLLOWED_PATH_MAX 128
+
+static struct {
+    bool is_written;
+    char path[FOLLOWED_PATH_MAX];
+} opened[FOLLOWED_DESCRIPTORS];
+
+static void note_path(struct path_log *log, const char *path)
+{
+    size_t length = strlen(path);
+    if (log->length + length + 1 > sizeof log->text)
+        return;
+    memcpy(log->text + log->length, path, length);
+    log->text[log->length + length] = '\n';
+    log->length += (uint32_t)length + 1;
+}
+
+void note_seen(const char *path)
+{
+    if (calls != NULL && recorder_depth == 0)
+        note_path(&calls->seen, path);
+}
+
+void note_opened(int descriptor, const char *path, bool is_written)
+{
+    if (calls == NULL || descriptor < 0 || descriptor >= FOLLOWED_DESCRIPTORS)
+        return;
+    opened[descriptor].is_written = is_written;
+    opened[descriptor].path[0] = '\0';
+    if (path != NULL)
+        strncat(opened[descriptor].path, path, FOLLOWED_PATH_MAX - 1);
+}
+
+void note_torn(int descriptor)
+{
+    int saved = errno;
+    bool is_followed = descriptor >= 0 && descriptor < FOLLOWED_DESCRIPTORS;
+    if (calls != NULL)
+        note_path(&calls->torn, is_followed ? opened[descriptor].path : "");
+    errno = saved;
+}
+
+static void note_all_torn(void)
+{
+    for (int i = 0; i < FOLLOWED_DESCRIPTORS; i++)
+        if (opened[i].is_written)
+            note_torn(i);
+}
+
 static bool is_half_way;
 
 bool call_fails(enum counted_call call)
@@ -114,6 +166,8 @@ bool call_fails(enum counted_call call)
         return false;
     calls->hits++;
     if (plan.how == GETS_SIGNAL) {
+        if (plan.signal == SIGKILL)
+            note_all_torn();
         raise(plan.signal);
         return false;
     }

@@ -55,9 +55,19 @@ enum failing_who {
     ITS_CHILDREN, // between fork() and exec
 };
 
+// Paths, each behind the other with a line end; what has no room is left out.
+#define NOTED_PATHS_MAX 16384
+struct path_log {
+    uint32_t length;
+    char text[NOTED_PATHS_MAX];
+};
+
 struct call_log {
-    uint32_t count;                   // calls met
-    uint32_t hits;                    // calls that failed, or signals sent
+    uint32_t count;       // calls met
+    uint32_t hits;        // calls that failed, or signals sent
+    struct path_log seen; // files that were opened or asked after
+    struct path_log torn; // files that a write has failed to, or that were open for writing when
+                          // the process was killed
     uint8_t calls[COUNTED_CALLS_MAX]; // enum counted_call
 };
 
@@ -70,6 +80,12 @@ bool is_log_real(void);
 bool call_fails(enum counted_call call);
 // Whether the call that call_fails() has just refused is to do half of its work.
 bool fails_half_way(void);
+// What the program looks at.
+void note_seen(const char *path);
+// What a descriptor leads to, until it is closed: NULL.
+void note_opened(int descriptor, const char *path, bool is_written);
+// A write to the descriptor has failed.
+void note_torn(int descriptor);
 // The child after a fork.
 void count_as_child(void);
 

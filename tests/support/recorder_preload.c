@@ -9,6 +9,7 @@ __attribute__((constructor)) static void start_recording(void)
 {
     unsetenv("LD_PRELOAD");
     unsetenv("ASAN_OPTIONS");
+    unsetenv("UBSAN_OPTIONS");
     box_recording = RECORDING_PROGRAM;
     follow_plan();
     take_standard_streams();

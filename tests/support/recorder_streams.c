@@ -8,6 +8,7 @@
 #include <errno.h>
 #include <fcntl.h>
 #include <sched.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -47,9 +48,24 @@ PASSED_ON(int, dup2, -1, (int from, int to), (from, to))
 PASSED_ON(int, mkdir, -1, (const char *path, mode_t mode), (path, mode))
 PASSED_ON(int, rmdir, -1, (const char *path), (path))
 PASSED_ON(int, symlink, -1, (const char *to, const char *path), (to, path))
-PASSED_ON(pid_t, waitpid, -1, (pid_t child, int *status, int how), (child, status, how))
 PASSED_ON(int, execvp, -1, (const char *path, char *const words[]), (path, words))
 PASSED_ON(pid_t, setsid, -1, (void), ())
+
+// The child has ended when this fails: what it does still belongs to the run.
+pid_t waitpid(pid_t child, int *status, int how)
+{
+    static pid_t (*real)(pid_t, int *, int);
+    if (real == NULL)
+        find_real("waitpid", &real);
+    if (!call_fails(CALL_waitpid))
+        return real(child, status, how);
+    int error = errno;
+    siginfo_t ended;
+    if (child > 0 && (how & WNOHANG) == 0)
+        waitid(P_PID, (id_t)child, &ended, WEXITED | WNOWAIT);
+    errno = error;
+    return -1;
+}
 
 ssize_t read(int descriptor, void *bytes, size_t size)
 {
@@ -67,9 +83,13 @@ ssize_t write(int descriptor, const void *bytes, size_t size)
     static ssize_t (*real)(int, const void *, size_t);
     if (real == NULL)
         find_real("write", &real);
-    if (!call_fails(CALL_write))
-        return real(descriptor, bytes, size);
-    return fails_half_way() && size > 1 ? real(descriptor, bytes, size / 2) : -1;
+    bool is_cut = call_fails(CALL_write);
+    bool does_half = is_cut && fails_half_way() && size > 1;
+    ssize_t count =
+        is_cut && !does_half ? -1 : real(descriptor, bytes, does_half ? size / 2 : size);
+    if (count < 0)
+        note_torn(descriptor);
+    return count;
 }
 
 // The descriptor is closed in any case, as the kernel does it. One that is not open is no call of
@@ -79,6 +99,7 @@ int close(int descriptor)
     static int (*real)(int);
     if (real == NULL)
         find_real("close", &real);
+    note_opened(descriptor, NULL, false); // what it was is whole by now
     bool is_open = is_plan_followed() && syscall(SYS_fcntl, descriptor, F_GETFD) >= 0;
     if (!is_open || !call_fails(CALL_close))
         return real(descriptor);

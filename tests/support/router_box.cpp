@@ -20,6 +20,7 @@
 #include <iostream>
 #include <poll.h>
 #include <sched.h>
+#include <sstream>
 #include <stdexcept>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -175,15 +176,23 @@ void router_box::set_time_limit(int milliseconds)
 
 static const char *const recorder_settings[] = {
     BOX_PRELOAD_SETTING,
-    BOX_SANITIZER_SETTING,
+    BOX_ADDRESS_SETTING,
+    BOX_UNDEFINED_SETTING,
 };
 
 // A sanitizer's finding fails a test whatever the test expects.
-static void refuse_sanitizer_report(const outcome &result)
+void router_box::refuse_sanitizer_reports(const std::string &err)
 {
-    for (const char *mark : {"ERROR: AddressSanitizer", "runtime error: "})
-        if (result.err.find(mark) != std::string::npos)
-            throw std::runtime_error("router box: " + result.err);
+    std::string reports = err.find("runtime error: ") != std::string::npos ? err : "";
+    for (const std::string &name : list(BOX_DIRECTORY)) {
+        const std::string path = std::string(BOX_DIRECTORY) + "/" + name;
+        if (name.compare(0, strlen(BOX_REPORT_NAME), BOX_REPORT_NAME) != 0)
+            continue;
+        reports += read(path);
+        remove(path);
+    }
+    if (!reports.empty())
+        throw std::runtime_error("router box: " + reports);
 }
 
 static message run_request(const std::string &state, const std::vector<std::string> &words,
@@ -228,7 +237,7 @@ outcome router_box::finish(pid_t handle)
     close(files.out);
     close(files.err);
     p->outputs.erase(handle);
-    refuse_sanitizer_report(result);
+    refuse_sanitizer_reports(result.err);
     return result;
 }
 
@@ -250,23 +259,34 @@ void router_box::start_from(const start_state &state)
     p->state = text;
 }
 
+static std::set<std::string> paths_of(const path_log &log)
+{
+    std::set<std::string> paths;
+    std::istringstream lines(std::string(log.text, log.length));
+    for (std::string path; std::getline(lines, path);)
+        paths.insert(path);
+    return paths;
+}
+
 failing_outcome router_box::run_failing(const std::vector<std::string> &words,
                                         const environment &env, const failing_plan &plan)
 {
     static call_log log;
     const std::string file = host_path(BOX_CALLS);
-    log.count = log.hits = 0;
+    log.count = log.hits = log.seen.length = log.torn.length = 0;
     make_file(file, &log, sizeof log, 0666);
     for (int number : {int(plan.number), plan.error, plan.how, plan.who, plan.signal})
         p->plan += std::to_string(number) + " ";
     pid_t handle = start(words, env);
     p->plan.clear();
-    failing_outcome failing = {finish(handle), {}, 0};
+    failing_outcome failing = {finish(handle), {}, 0, {}, {}};
     std::string text = read(BOX_CALLS);
     memcpy(&log, text.data(), sizeof log);
     failing.result.trace = joined(trace_lines(raw_trace()));
     clear_trace();
     failing.hits = log.hits;
+    failing.seen = paths_of(log.seen);
+    failing.torn = paths_of(log.torn);
     failing.calls.assign(log.calls, log.calls + std::min<size_t>(log.count, COUNTED_CALLS_MAX));
     return failing;
 }

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 
 namespace support
 {
@@ -45,6 +46,8 @@ struct failing_outcome {
     outcome result;
     std::vector<uint8_t> calls; // those met: enum counted_call
     unsigned hits;              // how many of them failed
+    std::set<std::string> seen; // the files that it opened or asked after
+    std::set<std::string> torn; // those that may have been cut; "" for what is no file
 };
 
 using environment = std::vector<std::pair<std::string, std::string>>;
@@ -96,6 +99,7 @@ class router_box : public world
 
   private:
     void keep();
+    void refuse_sanitizer_reports(const std::string &err);
 
     struct parts;
     std::unique_ptr<parts> p;

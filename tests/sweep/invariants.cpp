@@ -1,32 +1,14 @@
 #include "sweep/invariants.h"
 
+#include "sweep/trace_lines.h"
+
+#include <algorithm>
 #include <jansson.h>
 #include <memory>
-#include <sstream>
 #include <vector>
 
 namespace sweep
 {
-
-static bool begins_with(const std::string &text, const std::string &start)
-{
-    return text.compare(0, start.size(), start) == 0;
-}
-
-static std::vector<std::string> lines_of(const std::string &text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-static std::string without_count(const std::string &line)
-{
-    size_t mark = line.rfind(" (x");
-    return mark != std::string::npos && line.back() == ')' ? line.substr(0, mark) : line;
-}
 
 std::set<std::string> commands_of(const std::string &trace)
 {
@@ -126,6 +108,11 @@ static bool is_cut(const std::string &text, const std::string &whole)
     return text.size() < whole.size() && begins_with(whole, text);
 }
 
+bool may_tear(const disturbed_end &end, const std::string &path)
+{
+    return end.torn.count(path) != 0;
+}
+
 // The store's links are whole, and of those that were there or have come; the one that no run has
 // to do with is always there.
 std::string check_store(const usual_end &usual, const disturbed_end &end)
@@ -134,7 +121,7 @@ std::string check_store(const usual_end &usual, const disturbed_end &end)
     const std::string &now = content_of(end.after, path);
     if (now == content_of(usual.before, path) || now == content_of(usual.after, path))
         return "";
-    if (end.may_tear && !is_json(now))
+    if (may_tear(end, path) && !is_json(now))
         return "";
     std::set<std::string> before = links_of(content_of(usual.before, path));
     std::set<std::string> after = links_of(content_of(usual.after, path));
@@ -149,12 +136,33 @@ std::string check_store(const usual_end &usual, const disturbed_end &end)
     return wrong;
 }
 
-static bool is_settings_error_reported(const std::string &err)
+// The lines that only one of the texts has.
+static std::set<std::string> difference(const std::string &one, const std::string &other)
 {
-    for (const std::string &line : lines_of(err))
-        if (begins_with(line, "/etc/default/"))
-            return true;
-    return false;
+    std::vector<std::string> of_one = lines_of(one), of_other = lines_of(other);
+    std::set<std::string> in_one(of_one.begin(), of_one.end());
+    std::set<std::string> in_other(of_other.begin(), of_other.end());
+    std::set<std::string> only;
+    std::set_symmetric_difference(in_one.begin(), in_one.end(), in_other.begin(), in_other.end(),
+                                  std::inserter(only, only.end()));
+    return only;
+}
+
+// Whether a file lacks no more than what settings give it whose loss is reported.
+static bool is_hole_reported(const usual_end &usual, const disturbed_end &end,
+                             const std::string &path)
+{
+    const std::string &whole = content_of(usual.after, path);
+    std::set<std::string> hole = difference(content_of(end.after, path), whole);
+    for (const auto &[settings, left] : usual.without) {
+        bool is_reported = false;
+        for (const std::string &line : lines_of(end.result.err))
+            is_reported = is_reported || begins_with(line, settings + ": ");
+        if (is_reported)
+            for (const std::string &line : difference(content_of(left, path), whole))
+                hole.erase(line);
+    }
+    return hole.empty();
 }
 
 // Config is that of before, or the usual one, or one made without settings whose loss is reported.
@@ -165,11 +173,11 @@ static std::string check_config(const usual_end &usual, const disturbed_end &end
     const std::string &after = content_of(usual.after, path);
     if (now == content_of(usual.before, path) || now == after)
         return "";
-    if (end.may_tear && (is_cut(now, after) || !is_json(now)))
+    if (may_tear(end, path) && (is_cut(now, after) || !is_json(now)))
         return "";
     if (!is_json(now))
         return "Config is torn\n";
-    return is_settings_error_reported(end.result.err) ? "" : "Config lacks something, unreported\n";
+    return is_hole_reported(usual, end, path) ? "" : "Config lacks something, unreported\n";
 }
 
 // ---- NVRAM
@@ -224,7 +232,7 @@ static std::string check_loaded(const usual_end &usual, const disturbed_end &end
         bool is_right = now == content_of(usual.after, row.path) ||
                         (std::string(row.path).find("Wireless") != std::string::npos &&
                          now == content_of(usual.before, row.path));
-        bool is_known = row.may_lack_settings && is_settings_error_reported(end.result.err);
+        bool is_known = row.may_lack_settings && is_hole_reported(usual, end, row.path);
         if (commands.count(row.command) != 0 && !is_right && !is_known)
             wrong += std::string(row.path) + " is taken with a hole in it\n";
     }
@@ -255,9 +263,9 @@ std::string wrongs_of_odd_files(const files &before, const disturbed_end &end)
 std::string wrongs(const usual_end &usual, const disturbed_end &end)
 {
     using check = std::string (*)(const usual_end &, const disturbed_end &);
-    static const check checks[] = {check_end,   check_inherited, check_commands,
-                                   check_locks, check_store,     check_config,
-                                   check_nvram, check_loaded,    check_leftovers};
+    static const check checks[] = {check_end,       check_inherited, check_commands, check_locks,
+                                   check_store,     check_config,    check_nvram,    check_loaded,
+                                   check_leftovers, check_silence};
     std::string wrong;
     for (check each : checks)
         wrong += each(usual, end);

@@ -4,6 +4,7 @@
 #include "support/router_box.h"
 #include "sweep/files.h"
 
+#include <map>
 #include <set>
 #include <string>
 
@@ -16,16 +17,21 @@ struct usual_end {
     files before;
     files after;
     std::set<std::string> commands; // the lines of its trace that are commands
+    // How it leaves the files when one of its settings files is missing, by that file's path.
+    std::map<std::string, files> without = {};
 };
 
 // A run that something has disturbed.
 struct disturbed_end {
     support::outcome result;
     files after;
-    bool is_killed; // on purpose
-    bool may_tear;  // what is written in place may be cut: a write failed, or the run was killed
-    bool may_keep_lock;   // the lock's release itself has failed
-    bool is_mute = false; // what it says reaches nobody
+    bool is_killed;             // on purpose
+    std::set<std::string> torn; // files that may be cut: a write to them failed, or the run was
+                                // killed while they were open for writing; "" is an output
+    bool may_keep_lock;         // the lock's release itself has failed
+    bool is_mute = false;       // what it says reaches nobody
+    int call = -1;              // of which kind calls failed, and how many
+    unsigned failed = 0;
 };
 
 std::set<std::string> commands_of(const std::string &trace);
@@ -46,5 +52,8 @@ bool is_json(const std::string &text);
 std::string check_end(const usual_end &usual, const disturbed_end &end);
 std::string check_inherited(const usual_end &usual, const disturbed_end &end);
 std::string check_store(const usual_end &usual, const disturbed_end &end);
+// Where nothing is reported, all is done and left as usual.
+std::string check_silence(const usual_end &usual, const disturbed_end &end);
+bool may_tear(const disturbed_end &end, const std::string &path);
 
 } // namespace sweep

@@ -44,7 +44,7 @@ std::string check_status(const usual_end &, const disturbed_end &end)
         return "";
     if (end.result.status < 0 || end.result.status > 2)
         return "status " + std::to_string(end.result.status) + "\n";
-    bool is_told = end.may_tear || end.is_mute || !end.result.err.empty();
+    bool is_told = !end.torn.empty() || end.is_mute || !end.result.err.empty();
     return end.result.status != 2 || is_told ? "" : "status 2 without a word\n";
 }
 
@@ -97,7 +97,7 @@ std::string check_report(const usual_end &usual, const disturbed_end &end)
         wrong += "a section is missing\n" + end.result.out;
     bool is_refused = end.result.status == 2 && end.result.out.empty() &&
                       has(end.result.err, "mctl: the report could not be written\n");
-    if (end.result.status != 0 && !is_refused && !end.may_tear)
+    if (end.result.status != 0 && !is_refused && end.torn.empty() && !end.is_killed)
         wrong += "half a report: " + end.result.out + end.result.err;
     return wrong;
 }

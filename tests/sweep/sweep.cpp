@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
@@ -12,6 +13,7 @@
 namespace sweep
 {
 
+static constexpr char SETTINGS[] = "/etc/default/";
 static constexpr char FILLER[] = "/filler";
 constexpr int TIME_LIMIT = 30000; // a run takes milliseconds; machines are slow at times
 
@@ -79,6 +81,7 @@ class course
     bool is_chosen() { return all.possible++ % which.parts == which.turn; }
     void judge(const std::string &fault, const std::string &wrong);
     std::string wrongs_of(const disturbed_end &end) const;
+    void leave_out(const std::set<std::string> &seen);
     void fail_call(const support::failing_plan &plan, counted_call call);
     void change_file(const std::string &path, const char *form,
                      void (*change)(sweep_box &, const std::string &));
@@ -112,6 +115,19 @@ static bool cannot_fail(const invocation &what, counted_call call)
     return what.name == "mctl-firewall" && call == CALL_kill;
 }
 
+// What becomes of the files without each of the settings that the run looks at.
+void course::leave_out(const std::set<std::string> &seen)
+{
+    for (const std::string &path : seen) {
+        if (path.compare(0, strlen(SETTINGS), SETTINGS) != 0)
+            continue;
+        box.put_back(usual.before);
+        box.remove(path);
+        box.run_failing(what.words, what.env, {});
+        usual.without[path] = box.now();
+    }
+}
+
 // The calls that an undisturbed run makes, and its end.
 void course::fail_calls(failing_who who)
 {
@@ -121,6 +137,8 @@ void course::fail_calls(failing_who who)
         usual.result = counted.result;
         usual.after = box.now();
         usual.commands = commands_of(counted.result.trace);
+        if (what.which == program::mcfg)
+            leave_out(counted.seen);
         if (what.which == program::mctl && usual.result.status != what.status)
             judge("nothing failed", "status " + std::to_string(usual.result.status) + "\n" +
                                         usual.result.out + usual.result.err);
@@ -144,8 +162,10 @@ void course::fail_call(const support::failing_plan &plan, counted_call call)
         box.put_back(usual.before);
         support::failing_outcome met = box.run_failing(what.words, what.env, plan);
         bool is_killed = plan.signal == SIGKILL;
-        disturbed_end end = {met.result, box.now(), is_killed, is_killed || call == CALL_write,
+        disturbed_end end = {met.result, box.now(), is_killed, met.torn,
                              is_killed || call == CALL_unlink};
+        end.failed = met.hits;
+        end.call = call;
         all.failed += met.hits > 0;
         judge(fault, met.hits > 0 ? wrongs_of(end) : "the call was not met\n");
     } catch (const std::exception &e) {
@@ -179,10 +199,10 @@ void course::change_states()
         try {
             box.put_back(usual.before);
             box.start_from(row.state);
-            support::outcome result = box.run_failing(what.words, what.env, row.plan).result;
+            support::failing_outcome met = box.run_failing(what.words, what.env, row.plan);
             box.start_from({});
             bool is_mute = !row.state.closed.empty() || row.state.reader_gone;
-            judge(row.name, wrongs_of({result, box.now(), false, false, false, is_mute}));
+            judge(row.name, wrongs_of({met.result, box.now(), false, met.torn, false, is_mute}));
         } catch (const std::exception &e) {
             box.start_from({});
             box.clear_trace();
@@ -268,7 +288,7 @@ void course::change_file(const std::string &path, const char *form,
         files before = box.now();
         support::outcome result = box.run(what.words, what.env);
         box.clear_trace();
-        judge(name, wrongs_of_odd_files(before, {result, box.now(), false, false, false}));
+        judge(name, wrongs_of_odd_files(before, {result, box.now(), false, {}, false}));
     } catch (const std::exception &e) {
         box.clear_trace();
         judge(name, std::string(e.what()) + "\n");
@@ -290,10 +310,10 @@ void course::fill_disk(const std::string &directory, const usual_end &elsewhere)
     std::string name = directory + " is full";
     try {
         box.fill(directory);
-        support::outcome result = box.run_failing(what.words, what.env, {}).result;
+        support::failing_outcome met = box.run_failing(what.words, what.env, {});
         files after = box.now();
         after.erase(directory + FILLER);
-        judge(name, wrongs(elsewhere, {result, after, false, true, false}));
+        judge(name, wrongs(elsewhere, {met.result, after, false, met.torn, false}));
     } catch (const std::exception &e) {
         box.clear_trace();
         judge(name, std::string(e.what()) + "\n");
