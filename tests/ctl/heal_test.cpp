@@ -131,13 +131,16 @@ TEST_F(heal_command, leaves_alone_what_is_another_at_the_second_look)
 // The links that there are at a look, and no more: the last one was the router's before.
 TEST_F(heal_command, rests_when_a_link_has_gone)
 {
-    world.write("/iptables", "#!/bin/sh\n", 0755);
-    world.write("/var/lock/Config.lock", "999999");
+    world.write("/iptables",
+                COUNT + "[ $step -gt 0 ] || echo \"-A PREROUTING -d 192.0.2.66/32 -i ppp4 -j "
+                        "VSERVER\"\n",
+                0755);
     world.write(STORE, R"({"state_links":[{"iface":"ppp7","ipaddr":"10.1.1.1"}]})");
-    EXPECT_EQ(run_mctl({"heal"}), (told{0,
-                                        "router: remove the lock Config\n"
-                                        "ppp7: take back what is recorded of ppp7\n",
-                                        ""}));
+    EXPECT_EQ(run_mctl({"heal"}),
+              (told{0,
+                    "router: take the way from 192.0.2.66 on ppp4 into the port forwards away\n"
+                    "ppp7: take back what is recorded of ppp7\n",
+                    ""}));
     EXPECT_EQ(support::rests(world.trace(), "sleep "), "2");
 }
 
