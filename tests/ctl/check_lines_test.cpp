@@ -88,6 +88,7 @@ const line_table tables[] = {
     {"a peer over a static WAN", PEERS, "", "", STATIC_WAN, {"a pptp 1 l p 198.51.100.9 5\n", "a pptp 1 l p 198.51.100.9 6\n", "a pptp 1 l p 192.0.2.9 5\n", "a pppoe 1 l p vlan2 x x 1\n"}},
     {"a peer over a WAN that waits", PEERS, "", "", {{INTERFACES, LAN + "vlan2 wan 0 pppoe\n" + WIMAX_OFF}}, {"a pppoe 1 l p vlan2 x x 1\n", "a pppoe 0 l p vlan2 x x 1\n"}},
     {"a peer over a static WAN without a metric", PEERS, "", "", {{INTERFACES, LAN + "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 x - - -\n" + WIMAX_OFF}}, {"a pptp 1 l p 198.51.100.9 0\n", "a pptp 1 l p 198.51.100.9 1\n"}},
+    {"a peer over a static WAN whose metric is cut", PEERS, "", "", {{INTERFACES, LAN + "vlan2 wan 1 static 192.0.2.77 255.255.255.0 192.0.2.1 100000 - - -\n" + WIMAX_OFF}}, {"a pptp 1 l p 198.51.100.9 1\n"}},
     {"a peer over a static WAN without its end", PEERS, "", "", {{INTERFACES, LAN + "vlan2 wan 1 static 192.0.2.77 255.255.255.0 x5\n" + WIMAX_OFF}}, {"a pptp 1 l p 198.51.100.9 5\n"}},
     {"a peer over a WAN of two kinds", PEERS, "", "", {{INTERFACES, LAN + STATIC + DHCP + WIMAX_OFF}}, {"a pptp 1 l p 198.51.100.9 6\n"}},
     {"a peer without a WAN", PEERS, "", "", {{INTERFACES, LAN + WIMAX_OFF}}, {"a pppoe 1 l p vlan2 x x 1\n", "# none\n"}},
