@@ -3,6 +3,7 @@
 #include "sweep/faults.h"
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstring>
 #include <fstream>
@@ -313,7 +314,9 @@ void course::fill_disk(const std::string &directory, const usual_end &elsewhere)
         support::failing_outcome met = box.run_failing(what.words, what.env, {});
         files after = box.now();
         after.erase(directory + FILLER);
-        judge(name, wrongs(elsewhere, {met.result, after, false, met.torn, false}));
+        // Any file may be one that cannot be made.
+        judge(name, wrongs(elsewhere, {met.result, after, false, met.torn, false, false, CALL_open,
+                                       UINT_MAX}));
     } catch (const std::exception &e) {
         box.clear_trace();
         judge(name, std::string(e.what()) + "\n");
