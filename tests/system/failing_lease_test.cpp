@@ -60,7 +60,9 @@ TEST_F(failing_lease, loses_no_route_in_silence)
         EXPECT_NE(seen.result.err.find("vlan2: Cannot allocate memory\n"), std::string::npos)
             << seen.result.err << seen.result.trace;
     }
+#ifndef __SANITIZE_ADDRESS__ // whose strdup() takes its memory elsewhere
     EXPECT_GE(lost, 2U);
+#endif
 }
 
 TEST_F(failing_lease, says_when_its_end_cannot_be_kept)
