@@ -73,6 +73,8 @@ void update_time()
     kernel_time clock = {};
     kernel_zone zone = {};
     bool is_read = syscall(GET_TIME_OF_DAY, &clock, &zone) == 0;
+    if (!is_read)
+        perror(TAG);
     logmessage(TAG, "gm.tm_hour = %d, local.tm_hour = %d", utc.tm_hour, local.tm_hour);
     zone.minutes_west = (utc.tm_hour - local.tm_hour) * 60;
     if (is_read) // or it would be set to 1970

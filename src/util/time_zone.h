@@ -11,6 +11,7 @@ constexpr int ZONE_TEXT_MAX = 64; // with the terminator
 //
 // The offset is the difference of the two hours of the day, in minutes: parts of an hour do not
 // count, and while the two dates differ the offset is a day off. A kernel may refuse such a one (or
-// the call altogether), which is not reported. A clock that cannot be read is not set.
+// the call altogether), which is not reported. A clock that cannot be read is not set,
+// and reported on standard error.
 // Sets TZ of this process. Logs its steps (tag update_time).
 void update_time();
