@@ -163,6 +163,7 @@ static const unwatched_file unwatched_files[] = {
     {"/tmp/lanwanext.conf", writing},
     {"/var/run/Config", writing},
     {"/var/run/state_link", writing},
+    {"/dev/sd", {CALL_unlink}},
     {"/tmp/ppp/", {CALL_mkdir, CALL_symlink, CALL_unlink}},
     {"/tmp/udhcpc", {CALL_mkdir, CALL_symlink, CALL_unlink}},
 };
