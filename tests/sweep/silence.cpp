@@ -164,6 +164,7 @@ static const unwatched_file unwatched_files[] = {
     {"/var/run/Config", writing},
     {"/var/run/state_link", writing},
     {"/dev/sd", {CALL_unlink}},
+    {"/media/", {CALL_rmdir}},
     {"/tmp/ppp/", {CALL_mkdir, CALL_symlink, CALL_unlink}},
     {"/tmp/udhcpc", {CALL_mkdir, CALL_symlink, CALL_unlink}},
 };
